@@ -1,0 +1,67 @@
+// How a class file reads its instance while a render scene is built: typed values at the frozen time, and the
+// render-time objects of the plugins that it refers to.
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "engine/scene/scene.h"
+
+namespace kiln::engine::render {
+
+class Texture;
+class Material;
+class GeometrySource;
+struct ShadingPoint;
+
+// A colour that is a constant or a texture's output; the texture is owned by the render scene. `factor` multiplies.
+struct ColorInput {
+  Color constant{};
+  const Texture* texture = nullptr;
+  uint32_t output = 0;
+  Color Evaluate(const ShadingPoint& point) const;
+  bool IsConstant() const { return texture == nullptr; }
+};
+struct FloatInput {
+  float constant = 0;
+  const Texture* texture = nullptr;
+  uint32_t output = 0;
+  float Evaluate(const ShadingPoint& point) const;
+  bool IsConstant() const { return texture == nullptr; }
+};
+
+// One instance, seen by its class's evaluation functions. Property names must be declared by the class; a name that
+// is not asserts. A reference to a missing or unsuitable plugin counts as none.
+class Inputs {
+ public:
+  virtual ~Inputs() = default;
+
+  virtual scene::PluginId id() const = 0;
+  virtual std::string_view name() const = 0;
+  // The value at the frozen time, or the default.
+  virtual scene::Value Get(std::string_view property) const = 0;
+
+  float Float(std::string_view property) const;
+  int32_t Int(std::string_view property) const;
+  bool Bool(std::string_view property) const;
+  Vec3 Vector(std::string_view property) const;
+  kiln::engine::Color Color(std::string_view property) const;
+  kiln::engine::Transform Transform(std::string_view property) const;
+  std::string Text(std::string_view property) const;
+
+  // Textures: the constant in the property, or the referred plugin's texture.
+  virtual ColorInput ColorTexture(std::string_view property) const = 0;
+  virtual FloatInput FloatTexture(std::string_view property) const = 0;
+  // The texture itself, null for a constant or none.
+  virtual const Texture* TextureOf(std::string_view property) const = 0;
+  virtual const Material* MaterialOf(std::string_view property) const = 0;
+  virtual const GeometrySource* GeometryOf(std::string_view property) const = 0;
+  // A file name in a property, resolved against the scene's folder.
+  virtual std::filesystem::path File(std::string_view property) const = 0;
+  // A warning for the host's log: "<instance>: <text>".
+  virtual void Warn(std::string_view text) const = 0;
+};
+
+}  // namespace kiln::engine::render

@@ -1,0 +1,13 @@
+// The one allocator of memory that crosses the boundary: what the host frees or hands over comes from here.
+#pragma once
+
+#include <cstddef>
+
+namespace kiln::engine {
+
+// A block of at least `bytes` bytes, aligned to 16; null when there is none. Any thread.
+void* AllocateShared(size_t bytes) noexcept;
+// Gives a block back; null is allowed. Any thread.
+void FreeShared(void* block) noexcept;
+
+}  // namespace kiln::engine
