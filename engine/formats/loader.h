@@ -9,16 +9,17 @@
 #include <string_view>
 
 #include "engine/scene/scene.h"
+#include "engine/scene/scene_batch.h"
 
 namespace kiln::engine::formats {
 
 // The numbers are the error codes that the boundary reports.
 enum class LoadError : int32_t {
   kNone = 0,
-  kFileNotFound = 1,       // also: not readable, a directory
-  kUnknownFormat = 2,      // neither the name nor the content says what it is
+  kFileNotFound = 1,        // also: not readable, a directory
+  kUnknownFormat = 2,       // neither the name nor the content says what it is
   kUnsupportedFeature = 3,  // the file needs an extension that the engine does not have
-  kMissingAsset = 4,       // a buffer or image that the file names can't be read
+  kMissingAsset = 4,        // a buffer or image that the file names can't be read
   kOutOfMemory = 5,
   kParser = 10,  // malformed; file, line and text say where and why
 };
@@ -31,12 +32,17 @@ struct LoadResult {
   bool ok() const { return error == LoadError::kNone; }
 };
 
-// Each adds to the scene, or leaves it as it was when the result is not ok. They take the scene's lock themselves,
-// only for the final step, so that a render in progress goes on. Any thread.
-LoadResult LoadFile(scene::Scene& scene, const std::filesystem::path& file);
+// Each adds to the scene, or leaves it as it was when the result is not ok. They take the scene's lock
+// themselves, only for the final step, so that a render in progress goes on. A filter is asked about each
+// instance before that step, on the calling thread and without the lock (see SceneBatch::CommitTo). Any
+// thread.
+LoadResult LoadFile(scene::Scene& scene, const std::filesystem::path& file,
+                    const scene::LoadFilter& filter = {});
 // The TOML scene text; asset paths in it are relative to `base`, the working directory when empty.
-LoadResult LoadText(scene::Scene& scene, std::string_view text, const std::filesystem::path& base = {});
+LoadResult LoadText(scene::Scene& scene, std::string_view text, const std::filesystem::path& base = {},
+                    const scene::LoadFilter& filter = {});
 // Any format, recognised by content: TOML text, GLB, glTF JSON, or what the model importer recognises.
-LoadResult LoadBuffer(scene::Scene& scene, std::span<const std::byte> bytes);
+LoadResult LoadBuffer(scene::Scene& scene, std::span<const std::byte> bytes,
+                      const scene::LoadFilter& filter = {});
 
 }  // namespace kiln::engine::formats

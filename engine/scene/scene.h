@@ -1,6 +1,7 @@
 // The scene graph: plugin instances by ID and by name, their values, and what changed since the last look.
 #pragma once
 
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <memory>
@@ -16,8 +17,8 @@
 
 namespace kiln::engine::scene {
 
-// A value that changes over time: key frames sorted by time. Between keys numbers, vectors, colours, matrices and
-// transforms are interpolated linearly; everything else holds the earlier key.
+// A value that changes over time: key frames sorted by time. Between keys numbers, vectors, colours, matrices
+// and transforms are interpolated linearly; everything else holds the earlier key.
 using KeyFrames = std::map<double, Value>;
 
 // One property of one instance, as far as somebody set it.
@@ -32,7 +33,14 @@ struct Instance {
   const PluginClass* type = nullptr;
   std::unordered_map<const Property*, PropertyState> values;
   uint64_t revision = 0;  // the scene's change index when this instance last changed
+  // Where relative names in its file properties start: the folder of the file that it was loaded from. Null:
+  // the working directory. The names themselves stay as they were written.
+  std::shared_ptr<const std::filesystem::path> folder;
 };
+
+// The path behind a file name in a property of the instance: absolute names as they are, others from its
+// folder. An empty name gives an empty path.
+std::filesystem::path ResolveFile(const Instance& instance, std::string_view name);
 
 enum class CreateStatus { kOk, kDuplicateName, kInvalidName, kUnknownClass };
 
@@ -59,8 +67,8 @@ class Scene {
   // Coerces the value to the property's declared type and stores it, as a key frame when time is given.
   // False for an unknown instance or property, or a value that the type does not take.
   bool Set(PluginId id, std::string_view property, Value value, std::optional<double> time = {});
-  // The value at the time (the plain value, or the key frames' first, without a time); the default when nobody
-  // set one; no value when the instance or the property is unknown.
+  // The value at the time (the plain value, or the key frames' first, without a time); the default when
+  // nobody set one; no value when the instance or the property is unknown.
   Value Get(PluginId id, std::string_view property, std::optional<double> time = {}) const;
 
   // Rises by one with every change.
@@ -81,7 +89,8 @@ class Scene {
 // The value in the declared type, or nothing when it can't be one: int to float, bool to int, a string parsed
 // against the type, a colour to a texture constant, a plugin reference to any plugin or texture type.
 std::optional<Value> Coerce(Value value, Type type);
-// The value at a time between key frames (see KeyFrames); the first or last key outside them. keys is not empty.
+// The value at a time between key frames (see KeyFrames); the first or last key outside them. keys is not
+// empty.
 Value Interpolate(const KeyFrames& keys, double time);
 
 }  // namespace kiln::engine::scene
