@@ -1,5 +1,6 @@
-// What a plugin class is: a table of properties and outputs, and the functions that make its part of a render.
-// One class is one file below engine/scene/classes; it registers itself with a RegisterClass at namespace scope.
+// What a plugin class is: a table of properties and outputs, and the functions that make its part of a
+// render. One class is one file below engine/scene/classes; it registers itself with a RegisterClass at
+// namespace scope.
 #pragma once
 
 #include <limits>
@@ -42,7 +43,9 @@ enum class Category : int32_t {
 };
 inline constexpr int kCategoryCount = 17;
 
-constexpr uint64_t CategoryBit(Category category) { return uint64_t{1} << static_cast<int>(category); }
+constexpr uint64_t CategoryBit(Category category) {
+  return uint64_t{1} << static_cast<int>(category);
+}
 
 // Classes know four grades, properties three; each enum has the numbers of its own boundary table.
 enum class ClassGpuSupport : int32_t { kFull, kPartial, kBake, kNone };
@@ -93,9 +96,17 @@ struct PluginClass {
 
   // By name or alias; null when there is none.
   const Property* FindProperty(std::string_view property) const;
+  // The number of an output as PluginRef::output has it: its place in `outputs` plus 1, and 0 for an empty
+  // name, the plugin itself. Negative when there is no such output.
+  int32_t OutputIndex(std::string_view output) const;
+  // Empty for 0 and for a number that no output has.
+  std::string_view OutputName(uint32_t index) const;
 };
 
 // At namespace scope in a class file: `const RegisterClass kRegistration(Describe);`
+// Only remembers the function; it is called at the first AllClasses or FindClass. There a default value takes
+// its property's declared type, and a property without a default gets the type's zero: 0, empty, identity, no
+// plugin.
 class RegisterClass {
  public:
   explicit RegisterClass(PluginClass (*describe)());
