@@ -10,9 +10,10 @@
 
 namespace kiln::engine::image {
 
-// Decodes PNG, JPEG, BMP, TIFF, EXR, Radiance HDR or TGA, recognised by content. Pixels come as stored: an 8 or 16 bit
-// file is scaled to 0..1 and not linearised (gamma 2.2 in the image says so), a float file is linear (gamma 1).
-// Null on failure, with a sentence without a full stop in *error when given. The caller owns the image. Any thread.
+// Decodes PNG, JPEG, BMP, TIFF, EXR, Radiance HDR or TGA, recognised by content. Pixels come as stored: an 8
+// or 16 bit file is scaled to 0..1 and not linearised (gamma 2.2 in the image says so), a float file is
+// linear (gamma 1). Null on failure, with a sentence without a full stop in *error when given. The caller
+// owns the image. Any thread.
 Image* Decode(std::span<const std::byte> bytes, std::string* error = nullptr);
 Image* DecodeFile(const std::filesystem::path& file, std::string* error = nullptr);
 
