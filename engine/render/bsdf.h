@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "engine/render/bsdf_lobe.h"
 #include "engine/render/shading.h"
 #include "engine/utilities/math.h"
 
@@ -17,56 +18,67 @@ enum LobeFlags : uint32_t {
 };
 
 struct BsdfSample {
-  Vec3 wi;                // world space, unit
-  Color weight;           // f * |cos| / pdf; for a delta the probability of the choice is divided in
-  float pdf = 0;          // solid angle; of a delta: 0
-  uint32_t flags = 0;
-  float eta = 1;          // ratio of indices of refraction crossed; 1 for a reflection
+  Vec3 wi;             // world space, unit
+  Color weight;        // f * |cos| / pdf; for a delta the probability of the choice is divided in
+  float pdf = 0;       // solid angle; of a delta: 0
+  uint32_t flags = 0;  // of the lobe that was chosen
+  float eta = 1;       // index of refraction where wi goes over the one where wo goes; 1 for a reflection
 };
 
-// Lobes are added by a Material; then the integrator asks. All directions are in world space, unit length, pointing
-// away from the surface. Reciprocal and energy-conserving up to the stated furnace tolerance.
+// Lobes are added by a Material; then the integrator asks. All directions are in world space, unit length,
+// pointing away from the surface. Energy-conserving up to the furnace tolerance of the tests: at most 0.5 %
+// is gained.
+//
+// What crosses a refracting boundary is basic radiance, L / n^2: a weight has no factor eta^2, a furnace
+// stays a furnace, and what a path gathers needs no correction when it ends in the medium where it began.
+//
+// Reflecting lobes are reciprocal, alone and as a specular layer over a diffuse base. A sheen and a clearcoat
+// dim what lies below by the albedo that they have towards wo only, which keeps the sum exact for any base.
 class Bsdf {
  public:
   static constexpr int kMaxLobes = 6;
 
-  // `shading` is the frame the lobes live in (normal mapped); geometric decides reflection from transmission.
+  // `shading` is the frame the lobes live in (normal mapped), its normal in the hemisphere of
+  // `geometric_normal`, which decides reflection from transmission: a direction that the two normals see on
+  // different sides is refused.
   void Begin(const Frame& shading, Vec3 geometric_normal);
 
-  // Each lobe with its colour weight. alpha = roughness^2.
-  void AddDiffuse(Color reflectance);                                  // Lambert
+  // Each lobe with its colours and a weight of the whole. alpha = roughness^2; below kSmoothAlpha it is a
+  // delta. Lobes of no weight and those beyond kMaxLobes are left out.
+  void AddDiffuse(Color reflectance);  // Lambert
   void AddDiffuseTransmission(Color transmittance);
-  void AddMetal(Color f0, Color f90, float alpha);                     // GGX conductor, multi-scatter compensated
-  void AddDielectric(Color reflect_tint, Color transmit_tint, float ior, float alpha);  // GGX glass, both sides
-  void AddThinDielectric(Color transmit_tint, float ior, float alpha);  // a sheet without refraction
-  // The glTF dielectric layer: a diffuse (or transmissive) base below a GGX specular layer.
-  void AddSpecularLayer(Color f0, Color f90, float alpha);
-  void AddClearcoat(float weight, float alpha, Vec3 normal);           // over all that was added before
-  void AddSheen(Color color, float roughness);                         // Charlie, over all that was added before
+  // GGX conductor, multi-scatter compensated.
+  void AddMetal(Color f0, Color f90, float alpha, float weight = 1);
+  // GGX glass, both sides. The normal points to the outside; ior is that of the body over that of the
+  // outside. reflect_tint applies to what the outside reflects.
+  void AddDielectric(Color reflect_tint, Color transmit_tint, float ior, float alpha, float weight = 1);
+  // A sheet without refraction: what passes spreads as what is reflected does.
+  void AddThinDielectric(Color f0, Color f90, Color transmit_tint, float alpha, float weight = 1);
+  // A GGX dielectric layer over the diffuse lobes added before, which get what it leaves in all its channels.
+  void AddSpecularLayer(Color f0, Color f90, float alpha, float weight = 1);
+  // Varnish of index 1.5 with a normal of its own, on the outside, over all that was added before.
+  void AddClearcoat(float weight, float alpha, Vec3 normal);
+  // Charlie sheen on the outside, over all that was added before.
+  void AddSheen(Color color, float roughness);
 
   bool empty() const { return count_ == 0; }
-  // f * |cos(wi)|.
-  Color Evaluate(Vec3 wo, Vec3 wi) const;
+  // f * |cos(wi)|, and the density with which Sample makes wi when `pdf` is given.
+  Color Evaluate(Vec3 wo, Vec3 wi, float* pdf = nullptr) const;
   float Pdf(Vec3 wo, Vec3 wi) const;
   // False when no direction could be made. u_lobe chooses the lobe, u the direction; all in [0, 1).
   bool Sample(Vec3 wo, float u_lobe, Vec2 u, BsdfSample* sample) const;
-  // Directional albedo towards wo, for tests and for the choice of lobes.
+  // Whether Evaluate can be other than black: some lobe is not a delta.
   bool HasNonDelta() const;
 
  private:
-  friend class BsdfAccess;
-  struct Lobe {
-    uint8_t kind = 0;
-    Color weight;      // of the lobe as a whole, after the layers above it
-    Color a, b;        // kind-specific colours
-    float alpha = 0;   // roughness squared
-    float ior = 1;
-    Vec3 normal;       // of a layer with its own normal
-    float probability = 0;
-  };
+  struct View;
+  BsdfLobe* Add(LobeKind kind, float weight);
+  bool Look(Vec3 wo, View* view) const;
+  Color Evaluate(const View& view, Vec3 wi, float* pdf) const;
+
   Frame frame_{Vec3{0, 0, 1}};
   Vec3 geometric_normal_{0, 0, 1};
-  Lobe lobes_[kMaxLobes];
+  BsdfLobe lobes_[kMaxLobes];
   int count_ = 0;
 };
 

@@ -1,0 +1,225 @@
+// The stack of lobes: layering, the mixture's density, and the refusal of directions below the geometry.
+#include "engine/render/bsdf.h"
+
+#include "engine/render/microfacet.h"
+
+namespace kiln::engine::render {
+
+namespace {
+
+constexpr float kAlmostOne = 0x1.fffffep-1f;
+constexpr Color kCoatF0{0.04f, 0.04f, 0.04f};
+constexpr Color kWhite{1, 1, 1};
+
+bool IsDiffuse(LobeKind kind) {
+  return kind == LobeKind::kDiffuse || kind == LobeKind::kDiffuseTransmission;
+}
+float Mirror(float z, bool inside) {
+  return inside ? -z : z;
+}
+
+}  // namespace
+
+// What a query needs of wo, for all lobes.
+struct Bsdf::View {
+  LobeView lobes[kMaxLobes];
+  float scale[kMaxLobes];        // weight of the lobe and transmission of what lies above it, towards wo
+  float probability[kMaxLobes];  // of sampling the lobe
+  bool outside;                  // wo is on the side of geometric_normal_
+};
+
+void Bsdf::Begin(const Frame& shading, Vec3 geometric_normal) {
+  frame_ = shading;
+  geometric_normal_ = geometric_normal;
+  count_ = 0;
+}
+
+BsdfLobe* Bsdf::Add(LobeKind kind, float weight) {
+  if (count_ == kMaxLobes || !(weight > 0)) return nullptr;
+  BsdfLobe* lobe = &lobes_[count_++];
+  *lobe = {};
+  lobe->kind = kind;
+  lobe->weight = weight;
+  return lobe;
+}
+
+void Bsdf::AddDiffuse(Color reflectance) {
+  if (IsBlack(reflectance)) return;
+  if (BsdfLobe* lobe = Add(LobeKind::kDiffuse, 1)) lobe->tint = reflectance;
+}
+
+void Bsdf::AddDiffuseTransmission(Color transmittance) {
+  if (IsBlack(transmittance)) return;
+  if (BsdfLobe* lobe = Add(LobeKind::kDiffuseTransmission, 1)) lobe->tint = transmittance;
+}
+
+void Bsdf::AddMetal(Color f0, Color f90, float alpha, float weight) {
+  BsdfLobe* lobe = Add(LobeKind::kGlossy, weight);
+  if (!lobe) return;
+  lobe->f0 = f0;
+  lobe->f90 = f90;
+  lobe->alpha = alpha;
+  FinishLobe(lobe);
+}
+
+void Bsdf::AddDielectric(Color reflect_tint, Color transmit_tint, float ior, float alpha, float weight) {
+  BsdfLobe* lobe = Add(LobeKind::kDielectric, weight);
+  if (!lobe) return;
+  lobe->f0 = reflect_tint;
+  lobe->tint = transmit_tint;
+  lobe->ior = ior;
+  lobe->alpha = alpha;
+  FinishLobe(lobe);
+}
+
+void Bsdf::AddThinDielectric(Color f0, Color f90, Color transmit_tint, float alpha, float weight) {
+  BsdfLobe* lobe = Add(LobeKind::kThinDielectric, weight);
+  if (!lobe) return;
+  lobe->f0 = f0;
+  lobe->f90 = f90;
+  lobe->tint = transmit_tint;
+  lobe->alpha = alpha;
+  FinishLobe(lobe);
+}
+
+void Bsdf::AddSpecularLayer(Color f0, Color f90, float alpha, float weight) {
+  const int index = count_;
+  AddMetal(f0, f90, alpha, weight);
+  if (count_ == index) return;
+  for (int i = 0; i < index; ++i) {
+    if (IsDiffuse(lobes_[i].kind) && lobes_[i].layer < 0) lobes_[i].layer = index;
+  }
+}
+
+void Bsdf::AddClearcoat(float weight, float alpha, Vec3 normal) {
+  BsdfLobe* lobe = Add(LobeKind::kClearcoat, weight);
+  if (!lobe) return;
+  lobe->f0 = kCoatF0;
+  lobe->f90 = kWhite;
+  lobe->alpha = alpha;
+  lobe->normal = normal;
+  FinishLobe(lobe);
+}
+
+void Bsdf::AddSheen(Color color, float roughness) {
+  if (IsBlack(color)) return;
+  BsdfLobe* lobe = Add(LobeKind::kSheen, 1);
+  if (!lobe) return;
+  lobe->tint = color;
+  lobe->alpha = roughness;
+  FinishLobe(lobe);
+}
+
+bool Bsdf::Look(Vec3 wo, View* view) const {
+  const Vec3 local = frame_.ToLocal(wo);
+  const float side = Dot(wo, geometric_normal_);
+  // Where the two normals disagree about wo there is no honest answer; black beats a leak.
+  if (!(local.z * side > 0)) return false;
+  view->outside = side > 0;
+  float above = 1;
+  for (int i = count_ - 1; i >= 0; --i) {
+    const BsdfLobe& lobe = lobes_[i];
+    Vec3 lobe_wo = local;
+    if (lobe.kind == LobeKind::kClearcoat) {
+      lobe_wo = Frame(lobe.normal).ToLocal(wo);
+      // A coat's bump may face away from wo where the surface does not: then it isn't seen.
+      if (!view->outside || lobe_wo.z <= 0) lobe_wo.z = -std::max(1e-6f, std::abs(lobe_wo.z));
+    }
+    view->lobes[i] = LookAtLobe(lobe, lobe_wo);
+    view->scale[i] = lobe.weight * above;
+    above *= view->lobes[i].rest;
+  }
+  float total = 0;
+  for (int i = 0; i < count_; ++i) {
+    const BsdfLobe& lobe = lobes_[i];
+    if (lobe.layer >= 0) view->scale[i] *= LayerRest(lobes_[lobe.layer], view->lobes[i].wo.z);
+    view->probability[i] = std::max(0.0f, view->scale[i] * Mean(view->lobes[i].albedo));
+    total += view->probability[i];
+  }
+  if (!(total > 0)) return false;
+  for (int i = 0; i < count_; ++i) view->probability[i] /= total;
+  return true;
+}
+
+Color Bsdf::Evaluate(const View& view, Vec3 wi, float* pdf) const {
+  *pdf = 0;
+  const float side = Dot(wi, geometric_normal_);
+  if (side == 0) return {};
+  const bool reflects = (side > 0) == view.outside;
+  const Vec3 local = frame_.ToLocal(wi);
+  Color sum;
+  for (int i = 0; i < count_; ++i) {
+    const BsdfLobe& lobe = lobes_[i];
+    const LobeView& lobe_view = view.lobes[i];
+    if (view.probability[i] <= 0 || IsDelta(lobe)) continue;
+    Vec3 lobe_wi = lobe.kind == LobeKind::kClearcoat ? Frame(lobe.normal).ToLocal(wi) : local;
+    lobe_wi.z = Mirror(lobe_wi.z, lobe_view.inside);
+    if ((lobe_wi.z > 0) != reflects) continue;
+    const LobeValue value = EvaluateLobe(lobe, lobe_view, lobe_wi);
+    float scale = view.scale[i];
+    if (lobe.layer >= 0) {
+      const BsdfLobe& layer = lobes_[lobe.layer];
+      scale *= LayerRest(layer, std::abs(lobe_wi.z)) / std::max(1e-6f, layer.layer_rest);
+    }
+    sum += value.f * scale;
+    *pdf += value.pdf * view.probability[i];
+  }
+  return sum;
+}
+
+Color Bsdf::Evaluate(Vec3 wo, Vec3 wi, float* pdf) const {
+  float density = 0;
+  View view;
+  Color value;
+  if (Look(wo, &view)) value = Evaluate(view, wi, &density);
+  if (pdf) *pdf = density;
+  return value;
+}
+
+float Bsdf::Pdf(Vec3 wo, Vec3 wi) const {
+  float pdf = 0;
+  Evaluate(wo, wi, &pdf);
+  return pdf;
+}
+
+bool Bsdf::Sample(Vec3 wo, float u_lobe, Vec2 u, BsdfSample* sample) const {
+  View view;
+  if (!Look(wo, &view)) return false;
+  int chosen = 0;
+  while (chosen < count_ - 1 && u_lobe >= view.probability[chosen]) u_lobe -= view.probability[chosen++];
+  while (chosen > 0 && view.probability[chosen] <= 0) --chosen;  // rounding may run past the last one
+  const float probability = view.probability[chosen];
+  if (probability <= 0) return false;
+  const float u_choice = std::clamp(u_lobe / probability, 0.0f, kAlmostOne);
+
+  const BsdfLobe& lobe = lobes_[chosen];
+  LobeSample made;
+  if (!SampleLobe(lobe, view.lobes[chosen], u_choice, u, &made)) return false;
+  made.wi.z = Mirror(made.wi.z, view.lobes[chosen].inside);
+  const Vec3 wi =
+      lobe.kind == LobeKind::kClearcoat ? Frame(lobe.normal).ToWorld(made.wi) : frame_.ToWorld(made.wi);
+  const bool crosses = (Dot(wi, geometric_normal_) > 0) != view.outside;
+  if (crosses != ((made.flags & kLobeTransmission) != 0)) return false;
+
+  sample->wi = Normalize(wi);
+  sample->flags = made.flags;
+  sample->eta = made.eta;
+  if (made.flags & kLobeSpecular) {
+    sample->pdf = 0;
+    sample->weight = made.delta * (view.scale[chosen] / (probability * made.delta_probability));
+    return IsFinite(sample->weight);
+  }
+  const Color value = Evaluate(view, sample->wi, &sample->pdf);
+  if (!(sample->pdf > 0)) return false;
+  sample->weight = value / sample->pdf;
+  return IsFinite(sample->weight);
+}
+
+bool Bsdf::HasNonDelta() const {
+  for (int i = 0; i < count_; ++i) {
+    if (!IsDelta(lobes_[i])) return true;
+  }
+  return false;
+}
+
+}  // namespace kiln::engine::render

@@ -1,0 +1,71 @@
+// One lobe of a closure: evaluated, measured and sampled in its local frame. Bsdf puts lobes together.
+#pragma once
+
+#include <cstdint>
+
+#include "engine/utilities/math.h"
+
+namespace kiln::engine::render {
+
+enum class LobeKind : uint8_t {
+  kDiffuse,
+  kDiffuseTransmission,
+  kGlossy,      // metal, and the specular layer
+  kClearcoat,   // glossy with a normal of its own
+  kDielectric,  // refracting, both sides
+  kThinDielectric,
+  kSheen,
+};
+
+struct BsdfLobe {
+  LobeKind kind = LobeKind::kDiffuse;
+  float weight = 1;  // of the lobe as a whole
+  float alpha = 0;   // roughness squared; of a sheen: roughness
+  float ior = 1;
+  Color f0, f90;         // glossy, thin: Schlick's Fresnel; dielectric: f0 tints what the outside reflects
+  Color tint;            // reflectance of diffuse, sheen; transmittance of the rest
+  Color multiple;        // glossy, thin: what of the light lost by single scattering is reflected in the end
+  Color multiple_pass;   // thin: what of it passes
+  float lost = 0;        // glossy, thin: average of what single scattering loses
+  float layer_rest = 1;  // specular layer: average of what it leaves to its base
+  int layer = -1;        // diffuse: the lobe that lies above
+  Vec3 normal{0, 0, 1};  // clearcoat
+};
+
+// A lobe as wo sees it. wo is local with z > 0: seen from below, z is mirrored for wo and wi alike.
+struct LobeView {
+  Vec3 wo;
+  bool inside = false;  // mirrored
+  float lost = 0;       // what single scattering loses towards wo
+  float multiple = 0;   // probability of sampling the compensation for it
+  Color albedo;         // directional albedo, unweighted
+  float rest = 1;       // of a layer: what it leaves to the lobes below
+};
+
+struct LobeValue {
+  Color f;  // f * |cos(wi)|, unweighted
+  float pdf = 0;
+};
+
+struct LobeSample {
+  Vec3 wi;  // local
+  uint32_t flags = 0;
+  float eta = 1;
+  Color delta;                  // of a delta: the throughput
+  float delta_probability = 1;  // and the probability of the choice that led to it
+};
+
+float Mean(Color c);
+// Prepare what does not depend on directions: after the colours and alpha are set.
+void FinishLobe(BsdfLobe* lobe);
+bool IsDelta(const BsdfLobe& lobe);
+// `wo` is local to the lobe, z of either sign but not 0.
+LobeView LookAtLobe(const BsdfLobe& lobe, Vec3 wo);
+// What a specular layer leaves to the diffuse lobes below it in direction of the cosine.
+float LayerRest(const BsdfLobe& layer, float cosine);
+// Black for deltas. `wi` is mirrored as the view is.
+LobeValue EvaluateLobe(const BsdfLobe& lobe, const LobeView& view, Vec3 wi);
+// False when the sample leads nowhere.
+bool SampleLobe(const BsdfLobe& lobe, const LobeView& view, float u_choice, Vec2 u, LobeSample* sample);
+
+}  // namespace kiln::engine::render
