@@ -1,0 +1,52 @@
+// The list classes of the package: typed arrays whose prototypes tell the add-on what their numbers mean.
+'use strict';
+
+/** Numbers of one list of triples, from triples ([x, y, z]) or objects that have the three keys. */
+function flatten(items, keys) {
+  const numbers = new Array(items.length * 3);
+  items.forEach((item, index) => {
+    for (let axis = 0; axis < 3; axis++) {
+      numbers[index * 3 + axis] = Array.isArray(item) ? item[axis] : item[keys[axis]];
+    }
+  });
+  return numbers;
+}
+
+// A list of plain numbers is taken as it is; the typed array methods that make a new list pass other things
+// than arrays, and those go through untouched.
+function listArguments(args, keys) {
+  const items = args[0];
+  const isTriples = Array.isArray(items) && items.length > 0 && typeof items[0] === 'object' && items[0] !== null;
+  return isTriples ? [flatten(items, keys)] : args;
+}
+
+class IntList extends Int32Array {}
+
+class FloatList extends Float32Array {}
+
+/** Three floats a vector, packed. Takes what Float32Array takes, and an array of [x, y, z] or {x, y, z}. */
+class VectorList extends Float32Array {
+  constructor(...args) {
+    super(...listArguments(args, ['x', 'y', 'z']));
+  }
+}
+
+/** Three floats a colour, packed. Takes what Float32Array takes, and an array of [r, g, b] or {r, g, b}. */
+class ColorList extends Float32Array {
+  constructor(...args) {
+    super(...listArguments(args, ['r', 'g', 'b']));
+  }
+}
+
+/** Hands the prototypes to the add-on. Float32Array.prototype is the root: it lies above every float list. */
+function setupLists(native) {
+  native.setupKilnTypesInternal(
+    Float32Array.prototype,
+    IntList.prototype,
+    FloatList.prototype,
+    VectorList.prototype,
+    ColorList.prototype
+  );
+}
+
+module.exports = { IntList, FloatList, VectorList, ColorList, setupLists };

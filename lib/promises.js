@@ -1,0 +1,94 @@
+// Promises for the members that take a callback: `renderer.promises.load(file)`, `util.promisify(renderer.load)`.
+'use strict';
+
+const util = require('util');
+
+// What a member's callback is called with decides how its promise settles.
+const settle = {
+  /** (error) or (error, value): as everywhere in Node. */
+  errorFirst: (resolve, reject) => (error, value) => (error ? reject(error) : resolve(value)),
+  /** (value): there is no failure to report. */
+  value: (resolve) => (value) => resolve(value),
+  /** (value) or (null) when it failed. */
+  valueOrNull: (resolve, reject, name) => (value) =>
+    value === null ? reject(new Error(`${name} failed: the image could not be made.`)) : resolve(value),
+};
+
+const RENDERER = {
+  load: 'errorFirst',
+  loadAsText: 'errorFirst',
+  loadFromBuffer: 'errorFirst',
+  start: 'errorFirst',
+  render: 'errorFirst',
+  stop: 'value',
+  waitForRenderEnd: 'value',
+  close: 'value',
+};
+
+const IMAGE = {
+  save: 'errorFirst',
+  compress: 'errorFirst',
+  getDownscaled: 'valueOrNull',
+  getDownscaledCropped: 'valueOrNull',
+  getFitIn: 'valueOrNull',
+  getFitOut: 'valueOrNull',
+  getCutIn: 'valueOrNull',
+};
+
+/** The promise form of one member, called on its receiver with all arguments but the callback. */
+function promised(member, name, kind) {
+  return function (...args) {
+    return new Promise((resolve, reject) => {
+      member.call(this, ...args, settle[kind](resolve, reject, name));
+    });
+  };
+}
+
+// A second close with a callback would give the renderer's reference back twice.
+function closedOnce(close) {
+  const closings = new WeakMap();
+  return function () {
+    if (!closings.has(this)) closings.set(this, close.call(this));
+    return closings.get(this);
+  };
+}
+
+function define(target, key, value) {
+  Object.defineProperty(target, key, { value, writable: true, configurable: true, enumerable: false });
+}
+
+/** Gives the members their promise forms, and the class the accessor `promises` that has them bound to the object. */
+function addPromises(Class, kinds) {
+  const forms = {};
+  for (const [name, kind] of Object.entries(kinds)) {
+    const member = Class.prototype[name];
+    forms[name] = promised(member, name, kind);
+    if (name === 'close') forms[name] = closedOnce(forms[name]);
+    define(member, util.promisify.custom, forms[name]);
+  }
+  Object.defineProperty(Class.prototype, 'promises', {
+    configurable: true,
+    enumerable: false,
+    get() {
+      const bound = {};
+      for (const name of Object.keys(forms)) bound[name] = forms[name].bind(this);
+      return bound;
+    },
+  });
+}
+
+/** Adds the promise forms to the classes; returns those of the functions that belong to no object. */
+function setupPromises(native) {
+  addPromises(native.KilnRenderer, RENDERER);
+  addPromises(native.KilnImage, IMAGE);
+  return Object.freeze({
+    createKilnRenderer: promised(native.createKilnRenderer, 'createKilnRenderer', 'errorFirst').bind(native),
+    createImageFromBuffer: promised(
+      native.KilnImage.createFromBuffer,
+      'createFromBuffer',
+      'errorFirst'
+    ).bind(native.KilnImage),
+  });
+}
+
+module.exports = { setupPromises };
