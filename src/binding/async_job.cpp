@@ -1,0 +1,68 @@
+#include "binding/async_job.h"
+
+#include <memory>
+
+#include "binding/error.h"
+
+namespace kiln {
+namespace {
+
+void Work(uv_work_t* work) { static_cast<AsyncJob*>(work->data)->Run(); }
+
+void Call(AsyncJob* owned) {
+  std::unique_ptr<AsyncJob> job(owned);
+  v8::Isolate* isolate = job->environment->isolate();
+  v8::HandleScope scope(isolate);
+  v8::Local<v8::Object> self = job->self.Get(isolate);
+  v8::Context::Scope context_scope(self->GetCreationContext().ToLocalChecked());
+  v8::TryCatch try_catch(isolate);
+  v8::Local<v8::Function> callback = job->callback.Get(isolate);
+  v8::Local<v8::Value> arguments[kMaxCallbackArguments];
+  const int count = job->Finish(arguments);
+  job.reset();
+  if (count != kNoCall) {
+    // An empty result means an exception, which the TryCatch holds.
+    (void)node::MakeCallback(isolate, self, callback, count, arguments, node::async_context{0, 0}).IsEmpty();
+  }
+  ReportCaught(isolate, try_catch);
+}
+
+void After(uv_work_t* work, int /*status*/) {
+  auto* job = static_cast<AsyncJob*>(work->data);
+  Environment* environment = job->environment;
+  // Whatever happens below, the environment is told last: it may end with it.
+  struct Settle {
+    Environment* environment;
+    ~Settle() { environment->Drop(); }
+  } settle{environment};
+  environment->Hold();
+  environment->Remove(job);
+  if (environment->ending() || job->callback.IsEmpty()) {
+    job->Abandon();
+    delete job;
+  } else {
+    Call(job);
+  }
+}
+
+}  // namespace
+
+void QueueJob(AsyncJob* job, Environment& environment, v8::Local<v8::Object> self,
+              v8::Local<v8::Function> callback) {
+  job->work.data = job;
+  job->environment = &environment;
+  job->self.Reset(environment.isolate(), self);
+  if (!callback.IsEmpty()) job->callback.Reset(environment.isolate(), callback);
+  environment.Add(job);
+  uv_queue_work(environment.loop(), &job->work, Work, After);
+}
+
+int FinishWithStatus(Environment& environment, bool ok, const char* error_text, v8::Local<v8::Value>* arguments) {
+  if (ok) {
+    arguments[0] = v8::Null(environment.isolate());
+    return 1;
+  }
+  return MakeError(environment.isolate(), error_text).ToLocal(&arguments[0]) ? 1 : kNoCall;
+}
+
+}  // namespace kiln

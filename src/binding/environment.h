@@ -1,0 +1,83 @@
+// What belongs to one loading of the add-on: the handles of its ModuleContext, its loop, and everything that must be
+// settled before the environment may end.
+#pragma once
+
+#include <node.h>
+#include <uv.h>
+
+#include "binding/v8_compat.h"
+#include "module_context.h"
+
+namespace kiln {
+
+struct AsyncJob;
+
+// An SDK object that must not outlive its environment: a renderer, a server. Called at the environment's end.
+class Closable {
+ public:
+  // No event from here on: clears the callbacks, wakes the parked threads, asks the SDK to end its work.
+  virtual void Silence() = 0;
+  // Releases the SDK object. Comes after Silence, when no job is under way any more.
+  virtual void Release() = 0;
+
+ protected:
+  ~Closable() = default;
+
+ private:
+  friend class Environment;
+  Closable* previous_ = nullptr;
+  Closable* next_ = nullptr;
+};
+
+// JavaScript thread only. It frees itself at the end of the environment's asynchronous clean-up hook.
+class Environment : public ModuleContext {
+ public:
+  static Environment* Create(v8::Isolate* isolate);
+  // From a handler's callback data.
+  static Environment& Of(v8::Local<v8::Value> data) {
+    return *static_cast<Environment*>(static_cast<ModuleContext*>(compat::ExternalPointer(data)));
+  }
+  Environment(const Environment&) = delete;
+  Environment& operator=(const Environment&) = delete;
+
+  v8::Isolate* isolate() const { return isolate_; }
+  // The loop of this environment: the default loop on the main thread, the worker's own in a worker.
+  uv_loop_t* loop() const { return loop_; }
+  v8::Local<v8::External> external() const { return external_.Get(isolate_); }
+  // True from the clean-up hook on: no JavaScript may run.
+  bool ending() const { return ending_; }
+
+  // A libuv handle or a job is open; each Hold is matched by a Drop.
+  void Hold() { held_++; }
+  void Drop();
+
+  void Add(Closable* object);
+  void Remove(Closable* object);
+  void Add(AsyncJob* job);
+  void Remove(AsyncJob* job);
+
+ private:
+  explicit Environment(v8::Isolate* isolate);
+  ~Environment() = default;
+  static void CleanUp(void* self, void (*done)(void*), void* done_argument);
+  void ReleaseObjects();
+
+  v8::Isolate* isolate_;
+  uv_loop_t* loop_;
+  v8::Global<v8::External> external_;
+  node::AsyncCleanupHookHandle hook_;
+  Closable* objects_ = nullptr;
+  AsyncJob* jobs_ = nullptr;
+  size_t held_ = 0;
+  bool ending_ = false;
+  void (*done_)(void*) = nullptr;
+  void* done_argument_ = nullptr;
+};
+
+// The environment of a handler that is being called.
+template <class Info>
+Environment& EnvironmentOf(const Info& info) {
+  return Environment::Of(info.Data());
+}
+
+}  // namespace kiln

@@ -1,0 +1,48 @@
+#include "binding/sdk_memory.h"
+
+#include <node_buffer.h>
+
+#include <cstring>
+#include <memory>
+
+#include "binding/v8_compat.h"
+#include "module/sdk_library.h"
+
+namespace kiln {
+namespace {
+
+// V8 calls it on a thread of its own, so it touches no V8 and the library is kept from going away meanwhile.
+void Delete(void* block, size_t /*size*/, void* /*data*/) { ReleaseBlock(block); }
+
+}  // namespace
+
+void ReleaseBlock(void* block) {
+  if (!block) return;
+  SdkUse use;
+  if (use) sdk.C_memory_free(block);
+}
+
+v8::MaybeLocal<v8::ArrayBuffer> AdoptBlock(v8::Isolate* isolate, void* block, size_t size) {
+  if constexpr (compat::kAdoptsMemory) {
+    if (size == 0) {
+      ReleaseBlock(block);
+      return v8::ArrayBuffer::New(isolate, 0);
+    }
+    return v8::ArrayBuffer::New(isolate, v8::ArrayBuffer::NewBackingStore(block, size, Delete, nullptr));
+  } else {
+    v8::Local<v8::ArrayBuffer> buffer = v8::ArrayBuffer::New(isolate, size);
+    if (size > 0) std::memcpy(buffer->GetBackingStore()->Data(), block, size);
+    ReleaseBlock(block);
+    return buffer;
+  }
+}
+
+v8::MaybeLocal<v8::Object> AdoptBlockAsBuffer(v8::Isolate* isolate, void* block, size_t size) {
+  v8::Local<v8::ArrayBuffer> memory;
+  v8::Local<v8::Uint8Array> buffer;
+  if (!AdoptBlock(isolate, block, size).ToLocal(&memory)) return {};
+  if (!node::Buffer::New(isolate, memory, 0, size).ToLocal(&buffer)) return {};
+  return buffer;
+}
+
+}  // namespace kiln

@@ -1,0 +1,142 @@
+// What changed between V8 9.4 (Node.js 16) and V8 14.6 (Node.js 26), as named functions with the reason for each.
+// Features are detected, not versions, because a host's V8 can differ from Node's at the same major; the version tests
+// that are left stand here and nowhere else.
+#pragma once
+
+#include <node.h>
+#include <node_buffer.h>
+#include <uv.h>
+#include <v8.h>
+
+#include <cstdint>
+
+#define KILN_V8_AT_LEAST(major, minor) \
+  (V8_MAJOR_VERSION > (major) || (V8_MAJOR_VERSION == (major) && V8_MINOR_VERSION >= (minor)))
+
+namespace kiln::compat {
+
+// External memory under an ArrayBuffer is forbidden where V8 runs with its sandbox.
+#if defined(V8_ENABLE_SANDBOX) || defined(KILN_COPY_BUFFERS)
+inline constexpr bool kAdoptsMemory = false;
+#else
+inline constexpr bool kAdoptsMemory = true;
+#endif
+
+// A native accessor's setter is told its return type since V8 14.8; the typedef knows.
+template <class Callback>
+struct SetterInfo;
+template <class Result, class Name, class Value, class Info>
+struct SetterInfo<Result (*)(Name, Value, const Info&)> {
+  using Type = Info;
+};
+using AccessorSetterInfo = SetterInfo<v8::AccessorNameSetterCallback>::Type;
+using AccessorGetterInfo = v8::PropertyCallbackInfo<v8::Value>;
+
+// The object that carries the property: Holder(), HolderV2() from 13.x to 14.6, Holder() again from 14.7.
+template <class Info>
+v8::Local<v8::Object> Holder(const Info& info) {
+#if !KILN_V8_AT_LEAST(14, 7)
+  if constexpr (requires { info.HolderV2(); }) {
+    return info.HolderV2();
+  } else
+#endif
+  {
+    return info.Holder();
+  }
+}
+
+// Aligned pointers in internal fields carry a type tag from V8 14.2 on.
+template <class Object>
+void SetPointer(Object object, int field, void* pointer) {
+  if constexpr (requires { object->SetAlignedPointerInInternalField(field, pointer, uint16_t{}); }) {
+    object->SetAlignedPointerInInternalField(field, pointer, uint16_t{});
+  } else {
+    object->SetAlignedPointerInInternalField(field, pointer);
+  }
+}
+template <class Object>
+void* GetPointer(Object object, int field) {
+  if constexpr (requires { object->GetAlignedPointerFromInternalField(field, uint16_t{}); }) {
+    return object->GetAlignedPointerFromInternalField(field, uint16_t{});
+  } else {
+    return object->GetAlignedPointerFromInternalField(field);
+  }
+}
+
+// Externals carry the same kind of tag.
+template <class External = v8::External>
+v8::Local<v8::External> NewExternal(v8::Isolate* isolate, void* pointer) {
+  if constexpr (requires { External::New(isolate, pointer, uint16_t{}); }) {
+    return External::New(isolate, pointer, uint16_t{});
+  } else {
+    return External::New(isolate, pointer);
+  }
+}
+template <class External = v8::External>
+void* ExternalPointer(v8::Local<v8::Value> value) {
+  v8::Local<External> external = value.As<External>();
+  if constexpr (requires { external->Value(uint16_t{}); }) {
+    return external->Value(uint16_t{});
+  } else {
+    return external->Value();
+  }
+}
+
+// Internal fields hold Data since V8 12, Value before.
+template <class Object>
+v8::Local<v8::Value> GetField(Object object, int field) {
+  return object->GetInternalField(field).template As<v8::Value>();
+}
+
+// SetPrototype was renamed for a while.
+template <class Object>
+v8::Maybe<bool> SetPrototype(v8::Local<v8::Context> context, Object object, v8::Local<v8::Value> prototype) {
+  if constexpr (requires { object->SetPrototypeV2(context, prototype); }) {
+    return object->SetPrototypeV2(context, prototype);
+  } else {
+    return object->SetPrototype(context, prototype);
+  }
+}
+template <class Object>
+v8::Local<v8::Value> GetPrototype(Object object) {
+  if constexpr (requires { object->GetPrototypeV2(); }) {
+    return object->GetPrototypeV2();
+  } else {
+    return object->GetPrototype();
+  }
+}
+
+// Detach takes a key since V8 11. False when the buffer can't be detached.
+template <class Buffer>
+bool Detach(v8::Local<Buffer> buffer) {
+  if (!buffer->IsDetachable()) return false;
+  if constexpr (requires { buffer->Detach(v8::Local<v8::Value>()); }) {
+    return buffer->Detach(v8::Local<v8::Value>()).FromMaybe(false);
+  } else {
+    buffer->Detach();
+    return true;
+  }
+}
+
+// The UTF-8 length in bytes, and the bytes without a terminator: the V2 names are the only ones from 14.x on. The class
+// is a parameter so that the names which an older V8 lacks are looked up only where they exist.
+template <class String = v8::String>
+size_t Utf8Length(v8::Isolate* isolate, v8::Local<String> text) {
+  if constexpr (requires { text->Utf8LengthV2(isolate); }) {
+    return text->Utf8LengthV2(isolate);
+  } else {
+    return static_cast<size_t>(text->Utf8Length(isolate));
+  }
+}
+// A lone surrogate is written as U+FFFD. Bytes written.
+template <class String = v8::String>
+size_t WriteUtf8(v8::Isolate* isolate, v8::Local<String> text, char* buffer, size_t capacity) {
+  if constexpr (requires { String::WriteFlags::kReplaceInvalidUtf8; }) {
+    return text->WriteUtf8V2(isolate, buffer, capacity, String::WriteFlags::kReplaceInvalidUtf8);
+  } else {
+    return static_cast<size_t>(text->WriteUtf8(isolate, buffer, static_cast<int>(capacity), nullptr,
+                                               String::NO_NULL_TERMINATION | String::REPLACE_INVALID_UTF8));
+  }
+}
+
+}  // namespace kiln::compat

@@ -1,0 +1,88 @@
+// setSDKLibraryPath and its neighbours: which library is used, and why not.
+#include "binding/error.h"
+#include "binding/event_port.h"
+#include "binding/text.h"
+#include "module/module.h"
+#include "module/sdk_library.h"
+
+namespace kiln {
+
+std::atomic<int32_t> liveObjectCounter{0};
+
+namespace {
+
+struct LoadMutex {
+  LoadMutex() { uv_mutex_init(&mutex); }
+  ~LoadMutex() { uv_mutex_destroy(&mutex); }
+  uv_mutex_t mutex;
+};
+LoadMutex sdkLoadLock;
+
+int LoadAgain() {
+  SdkUnload(false);
+  return SdkLoad();
+}
+
+void SetSDKLibraryPath(const Arguments& info) {
+  v8::Isolate* isolate = info.GetIsolate();
+  if (info.Length() == 0) return ThrowError(isolate, "Argument 0 (path: string) should be passed");
+  if (info.Length() == 1 && liveObjectCounter != 0) {
+    return ThrowError(isolate, "Cannot set a new path now. SDKLibrary is currently being used.");
+  }
+  SdkLoadLock lock;
+  if (info[0]->IsNullOrUndefined()) {
+    SdkSetDirectory(nullptr, false);
+  } else {
+    Text directory;
+    if (!directory.Read(isolate->GetCurrentContext(), info[0])) return;
+    SdkSetDirectory(directory.c_str(), false);
+  }
+  int result = 0;
+  if (info.Length() == 1) {
+    result = LoadAgain();
+  } else if (info[1]->IsTrue()) {
+    result = LoadAgain();
+    SdkForce();
+  } else {
+    SdkLoadLater();
+  }
+  info.GetReturnValue().Set(result == 0);
+}
+
+void GetSDKLibraryErrorString(const Arguments& info) {
+  v8::Local<v8::String> text;
+  if (NewText(info.GetIsolate(), SdkErrorText()).ToLocal(&text)) info.GetReturnValue().Set(text);
+}
+
+void GetSDKLibraryMissingFunctions(const Arguments& info) {
+  v8::Isolate* isolate = info.GetIsolate();
+  v8::Local<v8::Context> context = isolate->GetCurrentContext();
+  v8::Local<v8::Array> result = v8::Array::New(isolate);
+  uint32_t index = 0;
+  for (const char* name : SdkMissingNames()) {
+    v8::Local<v8::String> text;
+    if (!NewText(isolate, name).ToLocal(&text) || result->Set(context, index++, text).IsNothing()) return;
+  }
+  info.GetReturnValue().Set(result);
+}
+
+constexpr Method kMethods[] = {
+    {"setSDKLibraryPath", SetSDKLibraryPath},
+    {"getSDKLibraryErrorString", GetSDKLibraryErrorString},
+    {"getSDKLibraryMissingFunctions", GetSDKLibraryMissingFunctions},
+};
+
+}  // namespace
+
+const std::span<const Method> kLibraryFunctions = kMethods;
+
+SdkLoadLock::SdkLoadLock() { uv_mutex_lock(&sdkLoadLock.mutex); }
+SdkLoadLock::~SdkLoadLock() { uv_mutex_unlock(&sdkLoadLock.mutex); }
+
+bool EnsureBound(v8::Isolate* isolate) {
+  if (SdkEnsureBound() == 0) return true;
+  ThrowError(isolate, SdkErrorText().c_str());
+  return false;
+}
+
+}  // namespace kiln

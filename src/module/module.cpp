@@ -1,0 +1,111 @@
+// The module entry. Read from top to bottom it shows what the exports hold, in the order in which they are defined.
+#include "module/module.h"
+
+#include <node.h>
+
+#include "binding/environment.h"
+#include "binding/text.h"
+#include "image/kiln_image.h"
+#include "module/sdk_library.h"
+#include "renderer/kiln_renderer.h"
+#include "values/typed_lists.h"
+
+namespace kiln {
+namespace {
+
+constexpr Method kModuleFunctions[] = {
+    {"enableFrameBuffer", EnableFrameBuffer},
+    {"close", CloseLibrary},
+    {"setProcessPriority", SetProcessPriority},
+    {"createKilnRenderer", CreateKilnRenderer},
+    {"setEnvVar", SetEnvVar},
+    {"getEnvVar", GetEnvVar},
+    {"setNumaNode", SetNumaNode},
+    {"setupKilnTypesInternal", SetupKilnTypesInternal, v8::DontEnum},
+    {"isVectorList", IsVectorList},
+    {"isColorList", IsColorList},
+    {"intListToString", IntListToString},
+    {"floatListToString", FloatListToString},
+    {"vectorListToString", VectorListToString},
+    {"colorListToString", ColorListToString},
+    {"typedListToString", TypedListToString},
+    {"getAPIVersion", GetAPIVersion},
+    {"getKilnVersion", GetKilnVersion},
+    {"getKilnVersionDetails", GetKilnVersionDetails},
+    {"getMaterialLibraryPath", GetMaterialLibraryPath},
+    {"isDR2", IsDR2},
+};
+
+struct Constant {
+  const char* name;
+  int32_t value;
+};
+constexpr Constant kConstants[] = {
+    {"LOGLEVEL_ERROR", 0},         {"LOGLEVEL_WARNING", 1},           {"LOGLEVEL_INFO", 2},
+    {"LOGLEVEL_DEBUG", 3},         {"RENDER_PASS_FINAL", 0},          {"RENDER_PASS_LIGHT_CACHE", 1},
+    {"RENDER_PASS_IRRADIANCE_MAP", 2}, {"PROFILER_MODE_OFF", 0},      {"PROFILER_MODE_SIMPLE", 1},
+    {"PROFILER_MODE_FULL", 2},
+};
+
+// Classes, in the order in which they appear on the exports.
+constexpr void (*kClasses[])(v8::Isolate*, v8::Local<v8::External>, v8::Local<v8::Object>) = {
+    RegisterKilnRenderer,
+    RegisterKilnImage,
+};
+
+// The environment's library first, then the bin directory of the SDK's root, then the system's own search. What comes of
+// it is asked for later: a missing library never fails the load of the add-on.
+void FindLibrary() {
+  SdkLoadLock lock;
+  if (SdkIsLoaded()) return;
+  if (SdkSetDirectoryFromEnvironment("KILN_ENGKIT_BIN", false) && SdkLoad() == 0) return;
+  if (SdkSetDirectoryFromEnvironment("KILN_SDK", true) && SdkLoad() == 0) return;
+  SdkSetDirectory(nullptr, false);
+  SdkLoad();
+}
+
+void DefineStringify(v8::Isolate* isolate, Environment& environment, v8::Local<v8::Object> exports) {
+  v8::Local<v8::Context> context = isolate->GetCurrentContext();
+  v8::Local<v8::String> name;
+  v8::Local<v8::Function> function;
+  if (!NewName(isolate, "stringify").ToLocal(&name)) return;
+  if (!v8::FunctionTemplate::New(isolate, Stringify, environment.external())->GetFunction(context).ToLocal(&function)) {
+    return;
+  }
+  function->SetName(name);
+  environment.stringifyFunction.Reset(isolate, function);
+  exports->Set(context, name, function).Check();
+}
+
+void DefineLanguage(v8::Isolate* isolate, v8::Local<v8::Object> exports) {
+  v8::Local<v8::Object> language = v8::Object::New(isolate);
+  defineValue(isolate, language, "EN_US", v8::String::NewFromUtf8Literal(isolate, "en-US"));
+  defineValue(isolate, language, "ZH_CN", v8::String::NewFromUtf8Literal(isolate, "zh-CN"));
+  exports->Set(isolate->GetCurrentContext(), v8::String::NewFromUtf8Literal(isolate, "Language"), language).Check();
+}
+
+void FillExports(v8::Isolate* isolate, Environment& environment, v8::Local<v8::Object> exports) {
+  v8::Local<v8::External> external = environment.external();
+  for (const Method& function : kLibraryFunctions) defineFunction(isolate, external, exports, function);
+  for (const Method& function : kModuleFunctions) defineFunction(isolate, external, exports, function);
+  for (const Constant& constant : kConstants) {
+    defineValue(isolate, exports, constant.name, v8::Integer::New(isolate, constant.value));
+  }
+  DefineStringify(isolate, environment, exports);
+  for (const auto& register_class : kClasses) register_class(isolate, external, exports);
+  DefineLanguage(isolate, exports);
+}
+
+}  // namespace
+}  // namespace kiln
+
+NODE_MODULE_INIT(/* exports, module, context */) {
+  (void)module;
+  v8::Isolate* isolate = v8::Isolate::GetCurrent();
+  v8::HandleScope scope(isolate);
+  v8::Context::Scope context_scope(context);
+  kiln::FindLibrary();
+  kiln::liveObjectCounter = 0;
+  kiln::frameBufferEnabled = true;
+  kiln::FillExports(isolate, *kiln::Environment::Create(isolate), exports.As<v8::Object>());
+}

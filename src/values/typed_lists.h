@@ -1,0 +1,30 @@
+// Large numeric lists: typed arrays with a swapped prototype.
+#pragma once
+
+#include <span>
+
+#include "binding/environment.h"
+#include "binding/members.h"
+
+namespace kiln {
+
+enum class ListKind { kInt, kFloat, kVector, kColor };
+
+void SetupKilnTypesInternal(const Arguments& info);
+void IsVectorList(const Arguments& info);
+void IsColorList(const Arguments& info);
+void IntListToString(const Arguments& info);
+void FloatListToString(const Arguments& info);
+void VectorListToString(const Arguments& info);
+void ColorListToString(const Arguments& info);
+void TypedListToString(const Arguments& info);
+
+// Gives a typed array the prototype of its kind; false when the host's companion has not set it up.
+bool SetListPrototype(Environment& environment, v8::Local<v8::Object> array, ListKind kind);
+
+// The second argument of the printing functions; 0 when there is none. Zero or less means no limit.
+int32_t MaxItems(const Arguments& info);
+// What typedListToString answers; empty leaves an exception pending.
+v8::MaybeLocal<v8::String> TypedListText(Environment& environment, v8::Local<v8::Value> list, int32_t max_items);
+
+}  // namespace kiln
