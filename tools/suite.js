@@ -1,0 +1,141 @@
+// Runs the tests and counts them: GoogleTest programs, and the JavaScript files, a process each.
+'use strict';
+
+const fs = require('fs');
+const os = require('os');
+const path = require('path');
+const { spawn, spawnSync } = require('child_process');
+
+const ROOT = path.join(__dirname, '..');
+const FILE_TIMEOUT_SECONDS = 600;
+
+const nothing = () => ({ passed: 0, failed: 0, skipped: 0 });
+
+function add(...counts) {
+  const sum = nothing();
+  for (const one of counts) for (const key of Object.keys(sum)) sum[key] += one[key];
+  return sum;
+}
+
+/** The line that closes a run. */
+function closingLine(counts) {
+  const skipped = counts.skipped > 0 ? `, ${counts.skipped} skipped` : '';
+  return `${counts.passed} passed, ${counts.failed} failed${skipped}`;
+}
+
+/** A run in which nothing passed has not looked at anything, whatever its exit codes. */
+function succeeded(counts) {
+  return counts.failed === 0 && counts.passed > 0;
+}
+
+/** All *.test.js below test/, or below the given paths, in order. */
+function listTests(paths = ['test']) {
+  const found = [];
+  const walk = (entry) => {
+    if (fs.statSync(entry).isDirectory()) fs.readdirSync(entry).sort().forEach((name) => walk(path.join(entry, name)));
+    else if (entry.endsWith('.test.js')) found.push(entry);
+  };
+  paths.forEach((entry) => walk(path.resolve(ROOT, entry)));
+  return found.map((file) => path.relative(ROOT, file));
+}
+
+function countTap(text) {
+  const number = (name) => Number((new RegExp(`^# ${name} (\\d+)`, 'm').exec(text) || [0, 0])[1]);
+  return { passed: number('pass'), failed: number('fail') + number('cancelled'), skipped: number('skipped') };
+}
+
+/** Runs one program to its end; resolves to {output, code, signal}. Ends it after the time. */
+function finish(program, args, env) {
+  return new Promise((resolve) => {
+    const child = spawn(program, args, { cwd: ROOT, env, stdio: ['ignore', 'pipe', 'pipe'] });
+    const pieces = [];
+    child.stdout.on('data', (data) => pieces.push(data));
+    child.stderr.on('data', (data) => pieces.push(data));
+    let late = false;
+    const timer = setTimeout(() => {
+      late = true;
+      child.kill('SIGKILL');
+    }, FILE_TIMEOUT_SECONDS * 1000);
+    child.on('error', (error) => resolve({ output: String(error), code: 1, signal: null }));
+    child.on('close', (code, signal) => {
+      clearTimeout(timer);
+      const note = late ? `\nEnded after ${FILE_TIMEOUT_SECONDS} s.\n` : '';
+      resolve({ output: Buffer.concat(pieces).toString() + note, code, signal });
+    });
+  });
+}
+
+async function runTest(file, { node, nodeArgs, env }) {
+  const major = Number(spawnVersion(node).split('.')[0]);
+  // The reporter's default differs between versions; before 18 there is only this one.
+  const reporter = major >= 18 ? ['--test-reporter=tap'] : [];
+  const result = await finish(node, [...nodeArgs, ...reporter, file], env);
+  const counts = countTap(result.output);
+  const crashed = (result.code !== 0 || result.signal) && counts.failed === 0;
+  const empty = counts.passed + counts.failed + counts.skipped === 0;
+  if (crashed || empty) counts.failed += 1;
+  const reason = crashed ? ` (ended with ${result.signal || result.code})` : empty ? ' (ran no test)' : '';
+  return { counts, report: counts.failed > 0 ? `FAILED ${file}${reason}\n${result.output}` : null };
+}
+
+const versions = new Map();
+function spawnVersion(node) {
+  if (!versions.has(node)) {
+    const result = spawnSync(node, ['-p', 'process.versions.node'], { encoding: 'utf8' });
+    versions.set(node, result.error ? process.versions.node : result.stdout.trim());
+  }
+  return versions.get(node);
+}
+
+/**
+ * Runs the JavaScript tests, as many at a time as there are cores, and prints a line for each file.
+ * options: {node, nodeArgs, env, files, concurrency}.
+ */
+async function runJsTests(options = {}) {
+  const settings = { node: process.execPath, nodeArgs: ['--expose-gc'], env: process.env, files: listTests(), ...options };
+  const waiting = [...settings.files];
+  let total = nothing();
+  const worker = async () => {
+    for (let file = waiting.shift(); file; file = waiting.shift()) {
+      const { counts, report } = await runTest(file, settings);
+      total = add(total, counts);
+      process.stdout.write(report || `${closingLine(counts).padEnd(24)} ${file}\n`);
+    }
+  };
+  const count = Math.min(settings.concurrency || os.cpus().length, Math.max(1, waiting.length));
+  await Promise.all(Array.from({ length: count }, worker));
+  return total;
+}
+
+/** Runs the GoogleTest programs below the folder, and prints a line for each. */
+async function runCppTests(folder, env = process.env) {
+  let total = nothing();
+  const programs = fs.existsSync(folder) ? fs.readdirSync(folder).filter((name) => name.startsWith('test_')).sort() : [];
+  for (const name of programs) {
+    const result = await finish(path.join(folder, name), ['--gtest_brief=1', '--gtest_color=no'], env);
+    const number = (pattern) => Number((pattern.exec(result.output) || [0, 0])[1]);
+    const counts = {
+      passed: number(/^\[ {2}PASSED {2}\] (\d+) test/m),
+      failed: number(/^ *(\d+) FAILED TESTS?/m),
+      skipped: number(/^\[ {2}SKIPPED \] (\d+) test/m),
+    };
+    if (counts.failed === 0 && (result.code !== 0 || result.signal || counts.passed === 0)) counts.failed = 1;
+    total = add(total, counts);
+    process.stdout.write(counts.failed > 0 ? `FAILED ${name}\n${result.output}` : `${closingLine(counts).padEnd(24)} ${name}\n`);
+  }
+  return total;
+}
+
+/** Ends a runner: prints the counts alone on the last line, or the sentence that it failed with; sets the exit code. */
+async function conclude(run) {
+  try {
+    const counts = await run;
+    process.stdout.write(`${closingLine(counts)}\n`);
+    if (!succeeded(counts)) process.exitCode = 1;
+  } catch (error) {
+    process.stderr.write(`${error.message}\n`);
+    process.exitCode = 1;
+  }
+}
+
+module.exports = { ROOT, add, closingLine, conclude, succeeded, nothing, listTests, runJsTests, runCppTests, finish };
