@@ -1,0 +1,348 @@
+// What the package offers to TypeScript. Texts of errors and the finer rules stand in docs/.
+/// <reference types="node" />
+
+import { EventEmitter } from 'events';
+
+// ---------------------------------------------------------------------------------------------------------------
+// Functions of the module
+
+/**
+ * Takes the SDK library from a folder; null or undefined takes the system's default search. With `load` the loaded
+ * library is swapped even while objects of it live: true loads at once, anything else at the next use.
+ * Returns whether the library could be bound, or true when it was not tried yet.
+ */
+export function setSDKLibraryPath(path: string | null | undefined, load?: boolean): boolean;
+/** What the last attempt to load a library came to. */
+export function getSDKLibraryErrorString(): string;
+/** The entry points that the loaded library lacks. */
+export function getSDKLibraryMissingFunctions(): string[];
+/** Whether renderers made from now on may open the frame-buffer window. */
+export function enableFrameBuffer(isEnabled: boolean): void;
+/** Unloads the SDK library and forgets its path. */
+export function close(): void;
+export function setProcessPriority(pid: number, priority: 'idle' | 'low' | 'normal' | 'high' | 'highest'): boolean;
+export function setNumaNode(pid: number, node: number): boolean;
+/** Sets a variable of the SDK's own environment; undefined or null removes it. */
+export function setEnvVar(name: string, value: string | null | undefined): boolean;
+export function getEnvVar(name: string): string | undefined;
+export function getAPIVersion(): string;
+export function getKilnVersion(): string;
+export function getKilnVersionDetails(): string | undefined;
+export function getMaterialLibraryPath(): string | undefined;
+export function isDR2(): boolean;
+
+export type CreateCallback = (error: Error | null, renderer?: KilnRenderer) => void;
+export function createKilnRenderer(callback: CreateCallback): void;
+export function createKilnRenderer(options: RendererOptions | null | undefined, callback: CreateCallback): void;
+export function createKilnRenderer(callback: CreateCallback, options: RendererOptions | null | undefined): void;
+
+/** The package calls it once for its list classes; a host that replaces them calls it again. */
+export function setupKilnTypesInternal(
+  root: object, intList: object, floatList: object, vectorList: object, colorList: object
+): void;
+
+/** Functions that belong to no object, as promises. */
+export const promises: {
+  readonly createKilnRenderer: (options?: RendererOptions | null) => Promise<KilnRenderer>;
+  readonly createImageFromBuffer: (
+    buffer: Buffer, type: DecodedType, renderer?: KilnRenderer
+  ) => Promise<KilnImage>;
+};
+
+// ---------------------------------------------------------------------------------------------------------------
+// Constants
+
+export const LOGLEVEL_ERROR: 0;
+export const LOGLEVEL_WARNING: 1;
+export const LOGLEVEL_INFO: 2;
+export const LOGLEVEL_DEBUG: 3;
+export const RENDER_PASS_FINAL: 0;
+export const RENDER_PASS_LIGHT_CACHE: 1;
+export const RENDER_PASS_IRRADIANCE_MAP: 2;
+export const PROFILER_MODE_OFF: 0;
+export const PROFILER_MODE_SIMPLE: 1;
+export const PROFILER_MODE_FULL: 2;
+export const Language: { readonly EN_US: 'en-US'; readonly ZH_CN: 'zh-CN' };
+
+// ---------------------------------------------------------------------------------------------------------------
+// Lists
+
+export class IntList extends Int32Array {}
+export class FloatList extends Float32Array {}
+
+/** Three floats a vector, packed: its length is three times the count of vectors. */
+export class VectorList extends Float32Array {
+  constructor(vectors: ReadonlyArray<readonly [number, number, number] | { x: number; y: number; z: number }>);
+  constructor(numbers: ArrayLike<number> | number);
+  constructor(buffer: ArrayBufferLike, byteOffset?: number, length?: number);
+}
+
+/** Three floats a colour, packed: its length is three times the count of colours. */
+export class ColorList extends Float32Array {
+  constructor(colors: ReadonlyArray<readonly [number, number, number] | { r: number; g: number; b: number }>);
+  constructor(numbers: ArrayLike<number> | number);
+  constructor(buffer: ArrayBufferLike, byteOffset?: number, length?: number);
+}
+
+// ---------------------------------------------------------------------------------------------------------------
+// Renderer
+
+export interface RendererOptions {
+  pluginLibraryPath?: string | null;
+  kvwDrawStyle?: 'standalone' | '3dsMax' | '3dsMaxQt' | 'maya' | number | null;
+  enableFrameBuffer?: boolean;
+  showFrameBuffer?: boolean;
+  useDefaultKvwTheme?: boolean;
+  showKvwButtonInteractiveStart?: boolean;
+  previewRenderer?: boolean;
+  allowInvalidCharactersInPluginNames?: boolean;
+  hideToSceneButton?: boolean;
+  useKvwLog?: boolean;
+  enableKvwPlugins?: boolean;
+  kvwLanguage?: string | null;
+}
+
+export interface ReportedRendererOptions {
+  kvwDrawStyle: 'auto' | 'standalone' | '3dsMax' | '3dsMaxQt' | 'maya';
+  enableFrameBuffer: boolean;
+  showFrameBuffer: boolean;
+  useDefaultKvwTheme: boolean;
+  showKvwButtonInteractiveStart: boolean;
+  previewRenderer: boolean;
+  allowInvalidCharactersInPluginNames: boolean;
+  hideToSceneButton: boolean;
+  useKvwLog: boolean;
+  pluginLibraryPath: string | undefined;
+  kvwLanguage: string | undefined;
+}
+
+export type RendererState =
+  | 'fatalError' | 'idleInitialized' | 'idleStopped' | 'idleError' | 'idleFrameDone' | 'idleDone'
+  | 'preparing' | 'rendering' | 'renderingPaused' | 'renderingAwaitingChanges';
+
+export type RenderMode =
+  | 'production' | 'interactive' | 'interactiveCuda' | 'interactiveOptix' | 'productionCuda' | 'productionOptix';
+
+export interface ImageSize { width: number; height: number; }
+export interface ImageSizeUpdate extends ImageSize { resetCropRegion?: boolean; resetRenderRegion?: boolean; }
+
+/** Part of the image, in pixels from its top left; a width or height of 0 takes everything. */
+export interface GetImageOptions {
+  left?: number;
+  top?: number;
+  width?: number;
+  height?: number;
+  /** Values for a screen (sRGB) in place of linear light. */
+  doColorCorrect?: boolean;
+  stripAlpha?: boolean;
+  flipImage?: boolean;
+}
+
+/** A part of the image that is rendered at a time; host is empty for this machine. */
+export interface BucketRegion { width: number; height: number; x: number; y: number; host: string; }
+
+/** Listeners run on the JavaScript thread while the thread that raised the event waits. `time` comes last. */
+export interface RendererEvents {
+  stateChanged: [from: RendererState | undefined, to: RendererState | undefined, time: number];
+  /** The image is null while progressiveImageUpdatedHasBuffer is off. */
+  progressiveImageUpdated: [image: KilnImage | null, changeIndex: number, samples: number, time: number];
+  bucketInit: [region: BucketRegion, pass: number, time: number];
+  /** A region in place of an image while bucketReadyHasBuffer is off. */
+  bucketReady: [bucket: KilnImage | BucketRegion, pass: number, time: number];
+  bucketFailed: [region: BucketRegion, pass: number, time: number];
+  logMessage: [message: string, level: number, time: number];
+  progress: [message: string, done: number, total: number, time: number];
+  renderViewChanged: [property: string, time: number];
+  kvwRenderLast: [isRendering: boolean, time: number];
+  kvwRenderInteractive: [isRendering: boolean, time: number];
+  kvwClosed: [time: number];
+  postEffectsUpdated: [time: number];
+  kvwShowMessagesWindow: [time: number];
+  hostConnected: [host: string, time: number];
+  hostDisconnected: [host: string, time: number];
+  kvwContextMenuSelected: [commandId: number, x: number, y: number];
+  uploadToCollaboration: [files: string[], time: number];
+}
+
+type Listener<E extends keyof RendererEvents> = (this: KilnRenderer, ...args: RendererEvents[E]) => void;
+type DoneCallback = (error: Error | null) => void;
+
+/** The members that take a callback, as promises. */
+export interface RendererPromises {
+  load(fileName: string): Promise<void>;
+  loadAsText(sceneText: string): Promise<void>;
+  loadFromBuffer(sceneData: Buffer): Promise<void>;
+  /** Resolves when the render is prepared and under way. */
+  start(): Promise<void>;
+  render(): Promise<void>;
+  stop(): Promise<void>;
+  /** Resolves to whether the render has ended within the time, in milliseconds; without one it waits for the end. */
+  waitForRenderEnd(timeout?: number): Promise<boolean>;
+  /** May be called any number of times. */
+  close(): Promise<void>;
+}
+
+/** Keep a reference to a renderer until it is closed: one that nothing refers to is closed by the collector. */
+export class KilnRenderer extends EventEmitter {
+  constructor(options?: RendererOptions | object | null);
+
+  readonly promises: RendererPromises;
+
+  load(fileName: string, callback?: DoneCallback): void;
+  loadSync(fileName: string | string[]): void;
+  loadAsText(sceneText: string, callback?: DoneCallback): void;
+  loadAsTextSync(sceneText: string | string[]): void;
+  loadFromBuffer(sceneData: Buffer, callback?: DoneCallback): void;
+  loadFromBufferSync(sceneData: Buffer): void;
+
+  /** With a callback the preparation runs beside the JavaScript thread; the callback comes when it is done. */
+  start(callback?: DoneCallback): void;
+  render(callback?: DoneCallback): void;
+  /** 0 when the render is under way. */
+  startSync(): number;
+  stop(callback?: () => void): void;
+  waitForRenderEnd(callback: (ended: boolean) => void): void;
+  waitForRenderEnd(timeout: number, callback: (ended: boolean) => void): void;
+  /** Takes the scene's changes over; the index of the last change. */
+  commit(): number;
+  /** undefined when there is no image yet. */
+  getImage(options?: GetImageOptions): KilnImage | undefined;
+  clearScene(): boolean;
+  /** Without a callback the JavaScript thread waits for the renderer's threads. */
+  close(callback?: () => void): void;
+  /** What `new KilnRenderer(handle)` takes to share this renderer. */
+  getInstanceHandle(): object;
+
+  get size(): ImageSize;
+  set size(value: ImageSizeUpdate);
+  readonly state: RendererState | undefined;
+  get renderMode(): RenderMode | undefined;
+  set renderMode(value: RenderMode | number);
+  /** 0 is one for each core. Throws while a render runs. */
+  numThreads: number;
+  readonly lastError: string;
+  readonly renderEnded: boolean;
+  autoCommit: boolean;
+  minLogLevel: number;
+  readonly options: ReportedRendererOptions;
+  progressiveImageUpdatedHasBuffer: boolean;
+  bucketReadyHasBuffer: boolean;
+
+  on<E extends keyof RendererEvents>(event: E, listener: Listener<E>): this;
+  on(event: string | symbol, listener: (...args: any[]) => void): this;
+  addListener<E extends keyof RendererEvents>(event: E, listener: Listener<E>): this;
+  addListener(event: string | symbol, listener: (...args: any[]) => void): this;
+  once<E extends keyof RendererEvents>(event: E, listener: Listener<E>): this;
+  once(event: string | symbol, listener: (...args: any[]) => void): this;
+  prependListener<E extends keyof RendererEvents>(event: E, listener: Listener<E>): this;
+  prependListener(event: string | symbol, listener: (...args: any[]) => void): this;
+  prependOnceListener<E extends keyof RendererEvents>(event: E, listener: Listener<E>): this;
+  prependOnceListener(event: string | symbol, listener: (...args: any[]) => void): this;
+  off<E extends keyof RendererEvents>(event: E, listener: Listener<E>): this;
+  off(event: string | symbol, listener: (...args: any[]) => void): this;
+  removeListener<E extends keyof RendererEvents>(event: E, listener: Listener<E>): this;
+  removeListener(event: string | symbol, listener: (...args: any[]) => void): this;
+}
+
+// ---------------------------------------------------------------------------------------------------------------
+// Image
+
+export type DecodedType = 'bmp' | 'png' | 'jpg' | 'jpeg';
+export type SavedType = DecodedType | 'tif' | 'tiff' | 'exr';
+export type IntListType =
+  | 'bgra' | 'bgra_byte' | 'bgr' | 'bgr_byte' | 'rgba16' | 'rgba_16bit' | 'rgba32' | 'rgba_float' | number;
+
+export interface BitmapDataOptions {
+  preserveAlpha?: boolean;
+  swapChannels?: boolean;
+  reverseY?: boolean;
+  stride?: number;
+  alphaValue?: number;
+}
+
+/** What stands behind the type or the file name: the format's own values, then a renderer and a callback. */
+export type EncodeArgument = boolean | number | KilnRenderer;
+
+export interface ImagePromises {
+  /** Rejects when the file cannot be written. */
+  save(fileName: string, ...args: Array<string | EncodeArgument>): Promise<void>;
+  compress(type: DecodedType, ...args: EncodeArgument[]): Promise<Buffer>;
+  getDownscaled(width: number, height: number): Promise<KilnImage>;
+  getDownscaledCropped(
+    x: number, y: number, width: number, height: number, imageWidth: number, imageHeight: number
+  ): Promise<KilnImage>;
+  getFitIn(width: number, height: number): Promise<KilnImage>;
+  getFitOut(width: number, height: number): Promise<KilnImage>;
+  getCutIn(width: number, height: number): Promise<KilnImage>;
+}
+
+type ImageCallback = (image: KilnImage | null) => void;
+
+/** Four floats a pixel. The memory goes with close(), or with the collector. */
+export class KilnImage {
+  constructor(width: number, height: number);
+  constructor(buffer: Buffer, type: DecodedType);
+  constructor(source: KilnImage);
+
+  static createFromBuffer(
+    buffer: Buffer, type: DecodedType, callback: (error: Error | null, image: KilnImage | null) => void
+  ): void;
+  static createFromBuffer(
+    buffer: Buffer, type: DecodedType, renderer: KilnRenderer,
+    callback: (error: Error | null, image: KilnImage | null) => void
+  ): void;
+  static createFromBufferSync(buffer: Buffer, type: DecodedType, renderer?: KilnRenderer): KilnImage;
+
+  readonly promises: ImagePromises;
+
+  width: number;
+  height: number;
+  /** Where a bucket lies in the frame. */
+  x?: number;
+  y?: number;
+  host?: string;
+  gamma: number;
+
+  close(): void;
+
+  save(fileName: string, ...args: Array<string | EncodeArgument | DoneCallback>): void;
+  saveSync(fileName: string, ...args: Array<string | EncodeArgument>): boolean;
+  compress(
+    type: DecodedType, ...args: Array<EncodeArgument | ((error: Error | null, data: Buffer | null) => void)>
+  ): void;
+  compressSync(type: DecodedType, ...args: EncodeArgument[]): Buffer | undefined;
+
+  getDownscaled(width: number, height: number, callback: ImageCallback): void;
+  getDownscaledSync(width: number, height: number): KilnImage | undefined;
+  getDownscaledCropped(
+    x: number, y: number, width: number, height: number, imageWidth: number, imageHeight: number,
+    callback: ImageCallback
+  ): void;
+  /** The last argument is asked for, and never called. */
+  getDownscaledCroppedSync(
+    x: number, y: number, width: number, height: number, imageWidth: number, imageHeight: number,
+    callback: () => void
+  ): KilnImage | undefined;
+  getFitIn(width: number, height: number, callback: ImageCallback): void;
+  getFitInSync(width: number, height: number): KilnImage | undefined;
+  getFitOut(width: number, height: number, callback: ImageCallback): void;
+  getFitOutSync(width: number, height: number): KilnImage | undefined;
+  getCutIn(width: number, height: number, callback: ImageCallback): void;
+  getCutInSync(width: number, height: number): KilnImage | undefined;
+
+  getCropped(x: number, y: number, width: number, height: number): KilnImage | undefined;
+  /** At the source's own position when none is given. */
+  draw(source: KilnImage, x?: number, y?: number, mode?: 'copy' | 'blend' | number): boolean;
+  addColor(color: object): boolean | undefined;
+  changeExposure(value: number): boolean;
+  changeContrast(value: number): boolean;
+  changeGamma(value: number): boolean;
+  /** To the curve of a screen; with false back to linear light. */
+  changeSRGB(apply?: boolean): boolean;
+  makeNegative(): boolean;
+
+  /** The image's own memory: writes change the image, and close() empties the list. */
+  getPixelData(): FloatList;
+  toBitmapData(options?: BitmapDataOptions): Uint8ClampedArray | undefined;
+  toIntList(type?: IntListType): Int32Array | undefined;
+}
