@@ -62,12 +62,13 @@ void Bsdf::AddMetal(Color f0, Color f90, float alpha, float weight) {
   FinishLobe(lobe);
 }
 
-void Bsdf::AddDielectric(Color reflect_tint, Color transmit_tint, float ior, float alpha, float weight) {
+void Bsdf::AddDielectric(Color reflect_tint, Color transmit_tint, const DielectricTable& glass, float alpha,
+                         float weight) {
   BsdfLobe* lobe = Add(LobeKind::kDielectric, weight);
   if (!lobe) return;
   lobe->f0 = reflect_tint;
   lobe->tint = transmit_tint;
-  lobe->ior = ior;
+  lobe->glass = &glass;
   lobe->alpha = alpha;
   FinishLobe(lobe);
 }

@@ -51,7 +51,8 @@ class Bsdf {
   void AddMetal(Color f0, Color f90, float alpha, float weight = 1);
   // GGX glass, both sides. The normal points to the outside; ior is that of the body over that of the
   // outside. reflect_tint applies to what the outside reflects.
-  void AddDielectric(Color reflect_tint, Color transmit_tint, float ior, float alpha, float weight = 1);
+  void AddDielectric(Color reflect_tint, Color transmit_tint, const DielectricTable& glass, float alpha,
+                     float weight = 1);
   // A sheet without refraction: what passes spreads as what is reflected does.
   void AddThinDielectric(Color f0, Color f90, Color transmit_tint, float alpha, float weight = 1);
   // A GGX dielectric layer over the diffuse lobes added before, which get what it leaves in all its channels.

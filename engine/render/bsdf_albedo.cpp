@@ -2,8 +2,8 @@
 // roughness axis holds roughness (the root of alpha), because they bend near smoothness.
 #include "engine/render/bsdf_albedo.h"
 
-#include <array>
-#include <vector>
+#include <map>
+#include <mutex>
 
 #include "engine/render/bsdf_sheen.h"
 #include "engine/render/fresnel.h"
@@ -13,77 +13,18 @@ namespace kiln::engine::render {
 
 namespace {
 
-constexpr float kMinCosine = 1e-4f;
-
-// Where a coordinate in 0..1 lies between n nodes.
-struct Place {
-  int low;
-  float t;
-};
-Place Locate(float x, int n) {
-  const float scaled = (x > 0 ? std::min(x, 1.0f) : 0.0f) * (n - 1);
-  const int low = std::min(static_cast<int>(scaled), n - 2);
-  return {low, scaled - low};
-}
-float RootOf(float x) {
-  return x > 0 ? std::sqrt(x) : 0.0f;
-}
-float Mix(float a, float b, float t) {
-  return a + (b - a) * t;
-}
-
-// A function of cosine and roughness on a grid, with its cosine-weighted average for each roughness.
-template <int kCosines, int kRoughnesses>
-class Grid {
- public:
-  template <class F>
-  void Fill(F&& albedo) {
-    for (int r = 0; r < kRoughnesses; ++r) {
-      for (int c = 0; c < kCosines; ++c) {
-        const float x = static_cast<float>(c) / (kCosines - 1);
-        values_[r][c] = albedo(std::max(kMinCosine, x * x), static_cast<float>(r) / (kRoughnesses - 1));
-      }
-      averages_[r] = Average(values_[r]);
-    }
-  }
-  float At(float cosine, float x_roughness) const {
-    const Place r = Locate(x_roughness, kRoughnesses);
-    const Place c = Locate(RootOf(cosine), kCosines);
-    const auto row = [&](int i) { return Mix(values_[i][c.low], values_[i][c.low + 1], c.t); };
-    return Mix(row(r.low), row(r.low + 1), r.t);
-  }
-  float AverageAt(float x_roughness) const {
-    const Place r = Locate(x_roughness, kRoughnesses);
-    return Mix(averages_[r.low], averages_[r.low + 1], r.t);
-  }
-
- private:
-  using Row = std::array<float, kCosines>;
-  // 2 * integral of f(mu) mu dmu with mu = x^2, over the interpolated row: what is looked up adds up exactly.
-  static float Average(const Row& row) {
-    constexpr int kSteps = 1024;
-    double sum = 0;
-    for (int i = 0; i < kSteps; ++i) {
-      const float x = (i + 0.5f) / kSteps;
-      const Place c = Locate(x, kCosines);
-      sum += 4.0 * x * x * x * Mix(row[c.low], row[c.low + 1], c.t);
-    }
-    return static_cast<float>(sum / kSteps);
-  }
-  std::array<Row, kRoughnesses> values_{};
-  std::array<float, kRoughnesses> averages_{};
-};
-
 // Calls visit(h) for facets that are spread as wo sees them, each of the same weight; half of them by
-// symmetry.
-template <int kRadii, int kAngles, class F>
+// symmetry. A golden-ratio lattice: a product of radii and angles would see only its few radii where the
+// albedo has an edge.
+template <int kCount, class F>
 void ForVisibleFacets(Vec3 wo, float alpha, F&& visit) {
-  for (int i = 0; i < kRadii; ++i) {
-    for (int j = 0; j < kAngles; ++j) {
-      // Half a turn that starts at the plane of incidence, where the sampled disk has its symmetry.
-      const Vec2 u{(i + 0.5f) / kRadii, 0.25f + 0.5f * (j + 0.5f) / kAngles};
-      visit(SampleGgxVisible(wo, alpha, u));
-    }
+  double turn = 0.5;
+  for (int i = 0; i < kCount; ++i) {
+    // Half a turn that starts at the plane of incidence, where the sampled disk has its symmetry.
+    const Vec2 u{(i + 0.5f) / kCount, 0.25f + 0.5f * static_cast<float>(turn)};
+    visit(SampleGgxVisible(wo, alpha, u));
+    turn += 0.6180339887498949;
+    turn -= std::floor(turn);
   }
 }
 
@@ -92,19 +33,18 @@ Vec3 DirectionAt(float cosine) {
 }
 
 struct GlossyTables {
-  Grid<32, 32> base, grazing;
+  AlbedoGrid<32, 32> base, grazing;
   GlossyTables() {
     base.Fill([](float cosine, float roughness) { return Integrate(cosine, roughness).base; });
     grazing.Fill([](float cosine, float roughness) { return Integrate(cosine, roughness).grazing; });
   }
   static GlossyAlbedo Integrate(float cosine, float roughness) {
-    constexpr int kRadii = 24;
-    constexpr int kAngles = 16;
+    constexpr int kCount = 384;
     const float alpha = std::max(kSmoothAlpha, roughness * roughness);
     const Vec3 wo = DirectionAt(cosine);
     double base = 0;
     double grazing = 0;
-    ForVisibleFacets<kRadii, kAngles>(wo, alpha, [&](Vec3 h) {
+    ForVisibleFacets<kCount>(wo, alpha, [&](Vec3 h) {
       const Vec3 wi = Reflect(wo, h);
       if (wi.z <= 0) return;
       const float weight = GgxG2(wo.z, wi.z, alpha) / GgxG1(wo.z, alpha);
@@ -112,7 +52,6 @@ struct GlossyTables {
       base += weight * (1 - schlick);
       grazing += weight * schlick;
     });
-    constexpr double kCount = kRadii * kAngles;
     return {static_cast<float>(base / kCount), static_cast<float>(grazing / kCount)};
   }
 };
@@ -122,93 +61,65 @@ const GlossyTables& Glossy() {
   return tables;
 }
 
-// One grid for each index and each side; the indices lie closer near 1.
-class DielectricTables {
- public:
-  static constexpr int kIndices = 8;
-  static constexpr float kMaxIndex = 3;
-  using Table = Grid<16, 16>;
-
-  DielectricTables() {
-    for (int i = 0; i < kIndices; ++i) {
-      const float x = static_cast<float>(i) / (kIndices - 1);
-      // At exactly 1 there is no half vector; the albedo hardly changes from there to here.
-      const float index = std::max(1.01f, 1 + (kMaxIndex - 1) * x * x);
-      outside_[i].Fill(
-          [index](float cosine, float roughness) { return Integrate(cosine, roughness, index); });
-      inside_[i].Fill(
-          [index](float cosine, float roughness) { return Integrate(cosine, roughness, 1 / index); });
+// eta = index beyond the interface / index where wo is.
+float IntegrateDielectric(float cosine, float roughness, float eta) {
+  if (roughness == 0) return 1;
+  constexpr int kCount = 384;
+  const float alpha = roughness * roughness;
+  const Vec3 wo = DirectionAt(cosine);
+  const float g1 = GgxG1(wo.z, alpha);
+  double sum = 0;
+  ForVisibleFacets<kCount>(wo, alpha, [&](Vec3 h) {
+    const float fresnel = FresnelDielectric(Dot(wo, h), eta);
+    const Vec3 reflected = Reflect(wo, h);
+    if (reflected.z > 0) sum += fresnel * GgxG2(wo.z, reflected.z, alpha) / g1;
+    Vec3 refracted;
+    if (Refract(wo, h, eta, &refracted) && refracted.z < 0) {
+      sum += (1 - fresnel) * GgxG2(wo.z, -refracted.z, alpha) / g1;
     }
-  }
-  template <class F>
-  float Find(float eta, F&& value) const {
-    const std::vector<Table>& tables = eta >= 1 ? outside_ : inside_;
-    const float index = eta >= 1 ? eta : 1 / eta;
-    const Place i = Locate(RootOf((index - 1) / (kMaxIndex - 1)), kIndices);
-    return Mix(value(tables[i.low]), value(tables[i.low + 1]), i.t);
-  }
-
- private:
-  static float Integrate(float cosine, float roughness, float eta) {
-    if (roughness == 0) return 1;
-    constexpr int kRadii = 16;
-    constexpr int kAngles = 12;
-    const float alpha = roughness * roughness;
-    const Vec3 wo = DirectionAt(cosine);
-    const float g1 = GgxG1(wo.z, alpha);
-    double sum = 0;
-    ForVisibleFacets<kRadii, kAngles>(wo, alpha, [&](Vec3 h) {
-      const float fresnel = FresnelDielectric(Dot(wo, h), eta);
-      const Vec3 reflected = Reflect(wo, h);
-      if (reflected.z > 0) sum += fresnel * GgxG2(wo.z, reflected.z, alpha) / g1;
-      Vec3 refracted;
-      if (Refract(wo, h, eta, &refracted) && refracted.z < 0) {
-        sum += (1 - fresnel) * GgxG2(wo.z, -refracted.z, alpha) / g1;
-      }
-    });
-    return static_cast<float>(sum / (kRadii * kAngles));
-  }
-  std::vector<Table> outside_ = std::vector<Table>(kIndices);
-  std::vector<Table> inside_ = std::vector<Table>(kIndices);
-};
-
-const DielectricTables& Dielectric() {
-  static const DielectricTables tables;
-  return tables;
+  });
+  return static_cast<float>(sum / kCount);
 }
 
+// The albedo changes fastest where the sheen is smoothest, so nodes lie closer there.
 float SheenAxis(float roughness) {
-  return (roughness - kMinSheenRoughness) / (1 - kMinSheenRoughness);
+  return RootOf((roughness - kMinSheenRoughness) / (1 - kMinSheenRoughness));
+}
+float SheenRoughnessAt(float x) {
+  return Mix(kMinSheenRoughness, 1, x * x);
 }
 
 struct SheenTables {
-  using Table = Grid<32, 16>;
+  using Table = AlbedoGrid<32, 20>;
   Table norm, albedo;
   SheenTables() {
-    norm.Fill(
-        [](float cosine, float x) { return Integrate(cosine, RoughnessAt(x), [](float) { return 1.0f; }); });
+    norm.Fill([](float cosine, float x) { return Integrate(cosine, x, [](float) { return 1.0f; }); });
     albedo.Fill([this](float cosine, float x) {
       const float here = norm.At(cosine, x);
-      return Integrate(cosine, RoughnessAt(x), [&](float other) {
-        return 1 / std::max({1.0f, here, norm.At(other, x)});
-      });
+      return Integrate(cosine, x, [&](float other) { return 1 / std::max({1.0f, here, norm.At(other, x)}); });
     });
   }
-  static float RoughnessAt(float x) { return Mix(kMinSheenRoughness, 1, x); }
+  // The light towards the cosine, each direction weighted by a factor of its cosine.
   template <class F>
-  static float Integrate(float cosine, float roughness, F&& factor) {
+  static float Integrate(float cosine, float x_roughness, F&& factor) {
     constexpr int kCosines = 32;
-    constexpr int kAngles = 32;
+    constexpr int kAngles = 48;
+    const float roughness = SheenRoughnessAt(x_roughness);
+    const float alpha = roughness * roughness;
     const Vec3 wo = DirectionAt(cosine);
+    const float lambda = CharlieLambda(cosine, alpha);
     double sum = 0;
     for (int i = 0; i < kCosines; ++i) {
       const float x = (i + 0.5f) / kCosines;
-      const float sine = std::sqrt(1 - x * x * x * x);
+      const Vec3 wi = DirectionAt(x * x);
+      double ring = 0;
       for (int j = 0; j < kAngles; ++j) {
         const float phi = kPi * (j + 0.5f) / kAngles;
-        const Vec3 wi{sine * std::cos(phi), sine * std::sin(phi), x * x};
-        sum += 2 * x * CharlieSheen(wo, wi, roughness) * factor(wi.z);
+        const Vec3 h = Normalize(wo + Vec3{wi.x * std::cos(phi), wi.x * std::sin(phi), wi.z});
+        ring += CharlieD(h.z, alpha);
       }
+      const float shadowing = 1 / (1 + lambda + CharlieLambda(wi.z, alpha));
+      sum += 2 * x * ring * shadowing / (4 * cosine) * factor(wi.z);
     }
     return static_cast<float>(sum * 2 * kPi / (kCosines * kAngles));
   }
@@ -236,14 +147,31 @@ GlossyAlbedo FindAverageGlossyAlbedo(float alpha) {
   return {Glossy().base.AverageAt(roughness), Glossy().grazing.AverageAt(roughness)};
 }
 
-float FindDielectricAlbedo(float cosine, float alpha, float eta) {
-  const float roughness = RootOf(alpha);
-  return Dielectric().Find(eta, [&](const auto& table) { return table.At(cosine, roughness); });
+std::shared_ptr<const DielectricTable> DielectricTable::For(float ior) {
+  static std::mutex mutex;
+  static std::map<float, std::weak_ptr<const DielectricTable>> tables;
+  const std::lock_guard lock(mutex);
+  std::erase_if(tables, [](const auto& entry) { return entry.second.expired(); });
+  std::weak_ptr<const DielectricTable>& slot = tables[ior];
+  std::shared_ptr<const DielectricTable> table = slot.lock();
+  if (!table) slot = table = std::make_shared<const DielectricTable>(ior);
+  return table;
 }
 
-float FindAverageDielectricAlbedo(float alpha, float eta) {
-  const float roughness = RootOf(alpha);
-  return Dielectric().Find(eta, [&](const auto& table) { return table.AverageAt(roughness); });
+DielectricTable::DielectricTable(float ior) : ior_(ior) {
+  const float eta[2] = {ior, 1 / ior};
+  for (const bool inside : {false, true}) {
+    sides_[inside].Fill(
+        [&](float cosine, float roughness) { return IntegrateDielectric(cosine, roughness, eta[inside]); });
+  }
+}
+
+float DielectricTable::Albedo(float cosine, float alpha, bool inside) const {
+  return sides_[inside].At(cosine, RootOf(alpha));
+}
+
+float DielectricTable::AverageAlbedo(float alpha, bool inside) const {
+  return sides_[inside].AverageAt(RootOf(alpha));
 }
 
 float FindSheenNorm(float cosine, float roughness) {

@@ -3,6 +3,10 @@
 // has the same numbers. Any thread.
 #pragma once
 
+#include <memory>
+
+#include "engine/render/albedo_grid.h"
+
 namespace kiln::engine::render {
 
 // The directional albedo of a single-scattering GGX reflection with Schlick's Fresnel is f0 * base + f90 *
@@ -17,10 +21,23 @@ GlossyAlbedo FindGlossyAlbedo(float cosine, float alpha);
 // Averaged over the hemisphere, weighted by the cosine.
 GlossyAlbedo FindAverageGlossyAlbedo(float alpha);
 
-// Reflection and refraction together at a rough dielectric interface, single scattering, for light that
-// leaves on the side with the cosine; eta = index beyond the interface / index on that side.
-float FindDielectricAlbedo(float cosine, float alpha, float eta);
-float FindAverageDielectricAlbedo(float alpha, float eta);
+// What a rough dielectric interface reflects and refracts together, single scattering. One table serves an
+// index of refraction: a material finds it when it is built and keeps it alive for its closures.
+class DielectricTable {
+ public:
+  // The table of ior = index of the body / index outside, shared while somebody holds it. 0.1 <= ior <= 10.
+  static std::shared_ptr<const DielectricTable> For(float ior);
+
+  explicit DielectricTable(float ior);
+  float ior() const { return ior_; }
+  // For light that leaves with the cosine on the outside, or inside the body.
+  float Albedo(float cosine, float alpha, bool inside) const;
+  float AverageAlbedo(float alpha, bool inside) const;
+
+ private:
+  float ior_;
+  AlbedoGrid<32, 32> sides_[2];
+};
 
 // Charlie sheen of white colour. Its published form passes 1 at grazing angles: f / max(1, norm(wo),
 // norm(wi)) is what the lobe uses, `norm` being the albedo before.

@@ -12,7 +12,7 @@ namespace {
 
 // Index beyond the interface over the index where wo is.
 float EtaOf(const BsdfLobe& lobe, const LobeView& view) {
-  return view.inside ? 1 / lobe.ior : lobe.ior;
+  return view.inside ? 1 / lobe.glass->ior() : lobe.glass->ior();
 }
 
 // Only the outer reflection is tinted: a tint inside would darken total reflection at every bounce.
@@ -42,9 +42,9 @@ struct Spread {
   float lost_transmit;  // average loss beyond, times eta^2
   float Sum() const { return lost_reflect + lost_transmit; }
 };
-Spread SpreadOf(const BsdfLobe& lobe, float eta) {
-  return {1 - FindAverageDielectricAlbedo(lobe.alpha, eta),
-          (1 - FindAverageDielectricAlbedo(lobe.alpha, 1 / eta)) * eta * eta};
+Spread SpreadOf(const BsdfLobe& lobe, const LobeView& view, float eta) {
+  return {1 - lobe.glass->AverageAlbedo(lobe.alpha, view.inside),
+          (1 - lobe.glass->AverageAlbedo(lobe.alpha, !view.inside)) * eta * eta};
 }
 
 struct Facet {
@@ -71,7 +71,7 @@ ThinFacet ThinFacetAt(const BsdfLobe& lobe, float cosine) {
 }  // namespace
 
 bool IsSmoothDielectric(const BsdfLobe& lobe) {
-  return IsSmooth(lobe.alpha) || lobe.alpha * std::abs(lobe.ior - 1) < 1e-5f;
+  return IsSmooth(lobe.alpha) || lobe.alpha * std::abs(lobe.glass->ior() - 1) < 1e-5f;
 }
 
 void LookAtDielectric(const BsdfLobe& lobe, LobeView* view) {
@@ -81,8 +81,8 @@ void LookAtDielectric(const BsdfLobe& lobe, LobeView* view) {
   const Color single = reflect_tint * fresnel + lobe.tint * (1 - fresnel);
   view->albedo = single;
   if (IsSmoothDielectric(lobe)) return;
-  view->lost = std::max(0.0f, 1 - FindDielectricAlbedo(view->wo.z, lobe.alpha, eta));
-  const Spread spread = SpreadOf(lobe, eta);
+  view->lost = std::max(0.0f, 1 - lobe.glass->Albedo(view->wo.z, lobe.alpha, view->inside));
+  const Spread spread = SpreadOf(lobe, *view, eta);
   if (spread.Sum() < 1e-6f) {
     view->lost = 0;
     return;
@@ -121,13 +121,13 @@ LobeValue EvaluateDielectric(const BsdfLobe& lobe, const LobeView& view, Vec3 wi
     }
   }
   if (view.lost > 0) {
-    const Spread spread = SpreadOf(lobe, eta);
-    const float lost_i = std::max(0.0f, 1 - FindDielectricAlbedo(cos_i, lobe.alpha, reflect ? eta : 1 / eta));
+    const Spread spread = SpreadOf(lobe, view, eta);
+    const float lost_i = std::max(0.0f, 1 - lobe.glass->Albedo(cos_i, lobe.alpha, view.inside == reflect));
     const float etendue = reflect ? 1 : eta * eta;
     value.f += tint * (view.lost * lost_i * etendue * cos_i / (kPi * spread.Sum()));
     const float choice =
         Share(Mean(reflect_tint) * spread.lost_reflect, Mean(lobe.tint) * spread.lost_transmit);
-    value.pdf += view.multiple * (reflect ? choice : 1 - choice) * cos_i / kPi;
+    value.pdf += view.multiple * (reflect ? choice : 1 - choice) * kUniformHemispherePdf;
   }
   return value;
 }
@@ -140,11 +140,11 @@ bool SampleDielectric(const BsdfLobe& lobe, const LobeView& view, float u_choice
   const bool smooth = IsSmoothDielectric(lobe);
   const uint32_t spread_flag = smooth ? kLobeSpecular : kLobeGlossy;
   if (view.multiple > 0 && Choose(view.multiple, &u_choice)) {
-    const Spread spread = SpreadOf(lobe, eta);
+    const Spread spread = SpreadOf(lobe, view, eta);
     const float choice =
         Share(Mean(reflect_tint) * spread.lost_reflect, Mean(lobe.tint) * spread.lost_transmit);
     const bool reflect = u_choice < choice;
-    sample->wi = SampleCosineHemisphere(u);
+    sample->wi = SampleUniformHemisphere(u);
     if (!reflect) sample->wi.z = -sample->wi.z;
     sample->flags = spread_flag | (reflect ? kLobeReflection : kLobeTransmission);
     sample->eta = reflect ? 1 : eta;
@@ -195,7 +195,7 @@ LobeValue EvaluateThinDielectric(const BsdfLobe& lobe, const LobeView& view, Vec
   const float again = Share(Mean(lobe.multiple), Mean(lobe.multiple_pass));
   value.pdf =
       (1 - view.multiple) * (reflect ? facet.choice : 1 - facet.choice) * GgxG1(wo.z, lobe.alpha) * d +
-      view.multiple * (reflect ? again : 1 - again) * cos_i / kPi;
+      view.multiple * (reflect ? again : 1 - again) * kUniformHemispherePdf;
   return value;
 }
 
@@ -205,7 +205,7 @@ bool SampleThinDielectric(const BsdfLobe& lobe, const LobeView& view, float u_ch
   bool reflect = false;
   if (view.multiple > 0 && Choose(view.multiple, &u_choice)) {
     reflect = u_choice < Share(Mean(lobe.multiple), Mean(lobe.multiple_pass));
-    sample->wi = SampleCosineHemisphere(u);
+    sample->wi = SampleUniformHemisphere(u);
   } else {
     const Vec3 h = smooth ? Vec3{0, 0, 1} : SampleGgxVisible(view.wo, lobe.alpha, u);
     const ThinFacet facet = ThinFacetAt(lobe, Dot(view.wo, h));

@@ -31,7 +31,7 @@ LobeValue EvaluateGlossy(const BsdfLobe& lobe, const LobeView& view, Vec3 wi) {
   LobeValue value;
   value.f = FresnelSchlick(lobe.f0, lobe.f90, Dot(wo, h)) * (d * GgxG2(wo.z, wi.z, lobe.alpha));
   value.f += lobe.multiple * MultipleScattering(lobe, view, wi.z);
-  value.pdf = (1 - view.multiple) * GgxG1(wo.z, lobe.alpha) * d + view.multiple * wi.z / kPi;
+  value.pdf = (1 - view.multiple) * GgxG1(wo.z, lobe.alpha) * d + view.multiple * kUniformHemispherePdf;
   return value;
 }
 
@@ -43,7 +43,7 @@ bool SampleGlossy(const BsdfLobe& lobe, const LobeView& view, float u_choice, Ve
     return true;
   }
   sample->flags = kLobeGlossy | kLobeReflection;
-  sample->wi = u_choice < view.multiple ? SampleCosineHemisphere(u)
+  sample->wi = u_choice < view.multiple ? SampleUniformHemisphere(u)
                                         : Reflect(view.wo, SampleGgxVisible(view.wo, lobe.alpha, u));
   return sample->wi.z > 0;
 }
@@ -51,13 +51,7 @@ bool SampleGlossy(const BsdfLobe& lobe, const LobeView& view, float u_choice, Ve
 LobeValue EvaluateSheen(const BsdfLobe& lobe, const LobeView& view, Vec3 wi) {
   if (wi.z <= 0) return {};
   const float norm = std::max({1.0f, FindSheenNorm(view.wo.z, lobe.alpha), FindSheenNorm(wi.z, lobe.alpha)});
-  return {lobe.tint * (CharlieSheen(view.wo, wi, lobe.alpha) / norm), 1 / (2 * kPi)};
-}
-
-Vec3 SampleUniformHemisphere(Vec2 u) {
-  const float r = std::sqrt(std::max(0.0f, 1 - u.x * u.x));
-  const float phi = 2 * kPi * u.y;
-  return {r * std::cos(phi), r * std::sin(phi), u.x};
+  return {lobe.tint * (CharlieSheen(view.wo, wi, lobe.alpha) / norm), kUniformHemispherePdf};
 }
 
 }  // namespace

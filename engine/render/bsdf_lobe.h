@@ -7,6 +7,8 @@
 
 namespace kiln::engine::render {
 
+class DielectricTable;
+
 enum class LobeKind : uint8_t {
   kDiffuse,
   kDiffuseTransmission,
@@ -19,9 +21,9 @@ enum class LobeKind : uint8_t {
 
 struct BsdfLobe {
   LobeKind kind = LobeKind::kDiffuse;
-  float weight = 1;  // of the lobe as a whole
-  float alpha = 0;   // roughness squared; of a sheen: roughness
-  float ior = 1;
+  float weight = 1;                        // of the lobe as a whole
+  float alpha = 0;                         // roughness squared; of a sheen: roughness
+  const DielectricTable* glass = nullptr;  // dielectric: index and albedo
   Color f0, f90;         // glossy, thin: Schlick's Fresnel; dielectric: f0 tints what the outside reflects
   Color tint;            // reflectance of diffuse, sheen; transmittance of the rest
   Color multiple;        // glossy, thin: what of the light lost by single scattering is reflected in the end

@@ -7,7 +7,7 @@
 namespace kiln::engine::render {
 
 // Smoother sheen than this has a spike at grazing angles that neither sampling nor tables resolve.
-inline constexpr float kMinSheenRoughness = 0.07f;
+inline constexpr float kMinSheenRoughness = 0.1f;
 
 // Density of fibres; `cos_h` is the cosine of the half vector, alpha = roughness^2.
 float CharlieD(float cos_h, float alpha);

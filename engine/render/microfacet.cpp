@@ -23,4 +23,10 @@ Vec3 SampleCosineHemisphere(Vec2 u) {
   return {r * std::cos(phi), r * std::sin(phi), std::sqrt(std::max(0.0f, 1 - u.x))};
 }
 
+Vec3 SampleUniformHemisphere(Vec2 u) {
+  const float r = std::sqrt(std::max(0.0f, 1 - u.x * u.x));
+  const float phi = 2 * kPi * u.y;
+  return {r * std::cos(phi), r * std::sin(phi), u.x};
+}
+
 }  // namespace kiln::engine::render

@@ -66,5 +66,8 @@ Vec3 SampleGgxVisible(Vec3 wo, float alpha, Vec2 u);
 
 // A direction of the upper hemisphere with density cosine / pi.
 Vec3 SampleCosineHemisphere(Vec2 u);
+// One of density kUniformHemispherePdf.
+Vec3 SampleUniformHemisphere(Vec2 u);
+inline constexpr float kUniformHemispherePdf = 1 / (2 * kPi);
 
 }  // namespace kiln::engine::render
