@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 #include "engine/scene/value_text.h"
@@ -164,6 +165,13 @@ std::optional<Value> CoerceFloats(const Value& value) {
 template <class T, class Make>
 std::optional<Value> CoerceTriples(const Value& value, Make make) {
   if (value.As<Array<T>>() != nullptr) return value;
+  if (const auto* floats = value.As<FloatArray>()) {
+    if (floats->size() % 3 != 0) return {};
+    std::vector<T> triples(floats->size() / 3);
+    if (!triples.empty())
+      std::memcpy(static_cast<void*>(triples.data()), floats->data(), triples.size() * sizeof(T));
+    return Array<T>(std::move(triples));
+  }
   std::vector<double> numbers;
   if (!IsNumberList(value)) return {};
   if (const auto* list = value.As<ValueArray>()) {

@@ -62,6 +62,8 @@ class Scene {
   // IDs in order of creation; of one class, or all when type is null.
   std::vector<PluginId> Ids(const PluginClass* type = nullptr) const;
   size_t Count(const PluginClass* type = nullptr) const;
+  // True for a name that is not empty and, unless anything is allowed, has only allowed characters.
+  bool ValidName(std::string_view name) const;
   // False for an unknown ID, a duplicate or an invalid name.
   bool Rename(PluginId id, std::string_view name);
 
@@ -122,7 +124,6 @@ class Scene {
     uint64_t name_counter = 0;
   };
 
-  bool ValidName(std::string_view name) const;
   std::string GeneratedName(const PluginClass& type);
   // The name, made valid, with the first free suffix when it is taken; `suffixes` keeps a long row of equal
   // names from counting anew each time.

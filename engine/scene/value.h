@@ -100,16 +100,17 @@ using ColorArray = Array<Color>;
 using StringArray = Array<std::string>;
 using ValueArray = Array<Value>;
 
-// monostate is "no value". Plugin and texture properties hold a PluginRef, or a constant where the type allows it.
+// monostate is "no value". Plugin and texture properties hold a PluginRef, or a constant where the type
+// allows it.
 struct Value {
-  std::variant<std::monostate, int32_t, float, double, bool, Vec3, Color, AColor, Matrix, Transform, std::string,
-               PluginRef, IntArray, FloatArray, VectorArray, ColorArray, StringArray, ValueArray>
+  std::variant<std::monostate, int32_t, float, double, bool, Vec3, Color, AColor, Matrix, Transform,
+               std::string, PluginRef, IntArray, FloatArray, VectorArray, ColorArray, StringArray, ValueArray>
       data;
 
   Value() = default;
   template <class T>
-    requires(!std::is_same_v<std::remove_cvref_t<T>, Value>)
-  Value(T&& value) : data(std::forward<T>(value)) {}  // NOLINT: a value is what it holds
+  requires(!std::is_same_v<std::remove_cvref_t<T>, Value>) Value(T&& value)
+      : data(std::forward<T>(value)) {}  // NOLINT: a value is what it holds
   Value(const char* text) : data(std::string(text)) {}
   bool Empty() const { return std::holds_alternative<std::monostate>(data); }
   template <class T>
