@@ -7,6 +7,7 @@
 #include "engine/render/bsdf_sheen.h"
 #include "engine/render/fresnel.h"
 #include "engine/render/microfacet.h"
+#include "engine/render/sampling.h"
 
 namespace kiln::engine::render {
 

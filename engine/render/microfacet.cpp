@@ -1,4 +1,4 @@
-// Sampling of facets and hemispheres.
+// Sampling of facets and of the hemisphere.
 #include "engine/render/microfacet.h"
 
 namespace kiln::engine::render {
@@ -15,12 +15,6 @@ Vec3 SampleGgxVisible(Vec3 wo, float alpha, Vec2 u) {
   const float p2 = (1 - s) * std::sqrt(std::max(0.0f, 1 - p1 * p1)) + s * r * std::sin(phi);
   const Vec3 n = t1 * p1 + t2 * p2 + v * std::sqrt(std::max(0.0f, 1 - p1 * p1 - p2 * p2));
   return Normalize({alpha * n.x, alpha * n.y, std::max(1e-7f, n.z)});
-}
-
-Vec3 SampleCosineHemisphere(Vec2 u) {
-  const float r = std::sqrt(u.x);
-  const float phi = 2 * kPi * u.y;
-  return {r * std::cos(phi), r * std::sin(phi), std::sqrt(std::max(0.0f, 1 - u.x))};
 }
 
 Vec3 SampleUniformHemisphere(Vec2 u) {

@@ -64,9 +64,7 @@ inline float GgxVisibleD(Vec3 wo, Vec3 h, float alpha) {
 // A facet from that density (Heitz 2018, "Sampling the GGX Distribution of Visible Normals").
 Vec3 SampleGgxVisible(Vec3 wo, float alpha, Vec2 u);
 
-// A direction of the upper hemisphere with density cosine / pi.
-Vec3 SampleCosineHemisphere(Vec2 u);
-// One of density kUniformHemispherePdf.
+// A direction of the upper hemisphere with density kUniformHemispherePdf.
 Vec3 SampleUniformHemisphere(Vec2 u);
 inline constexpr float kUniformHemispherePdf = 1 / (2 * kPi);
 

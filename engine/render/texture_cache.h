@@ -1,0 +1,19 @@
+// Decoded images, shared by all textures that show the same file or the same bytes.
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <memory>
+#include <span>
+#include <string>
+
+#include "engine/render/mip_map.h"
+
+namespace kiln::engine::render {
+
+// The image, decoded at most once while somebody holds it and the file does not change. Null on failure, with
+// a sentence without a full stop in *error. Any thread; another caller of the same image waits for the first.
+std::shared_ptr<const MipMap> LoadTexture(const std::filesystem::path& file, bool srgb, std::string* error);
+std::shared_ptr<const MipMap> LoadTexture(std::span<const std::byte> bytes, bool srgb, std::string* error);
+
+}  // namespace kiln::engine::render
