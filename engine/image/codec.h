@@ -17,4 +17,15 @@ namespace kiln::engine::image {
 Image* Decode(std::span<const std::byte> bytes, std::string* error = nullptr);
 Image* DecodeFile(const std::filesystem::path& file, std::string* error = nullptr);
 
+// The same for bytes that must be of one format.
+Image* DecodeJpeg(std::span<const std::byte> bytes, std::string* error = nullptr);
+Image* DecodePng(std::span<const std::byte> bytes, std::string* error = nullptr);
+Image* DecodeBmp(std::span<const std::byte> bytes, std::string* error = nullptr);
+Image* DecodeTiff(std::span<const std::byte> bytes, std::string* error = nullptr);
+// The first layer with red, green and blue, else luminance; files of several parts and deep files are
+// refused.
+Image* DecodeExr(std::span<const std::byte> bytes, std::string* error = nullptr);
+Image* DecodeHdr(std::span<const std::byte> bytes, std::string* error = nullptr);
+Image* DecodeTga(std::span<const std::byte> bytes, std::string* error = nullptr);
+
 }  // namespace kiln::engine::image
