@@ -16,7 +16,8 @@ class Material;
 class GeometrySource;
 struct ShadingPoint;
 
-// A colour that is a constant or a texture's output; the texture is owned by the render scene. `factor` multiplies.
+// A colour that is a constant or a texture's output; the texture is owned by the render scene. `factor`
+// multiplies.
 struct ColorInput {
   Color constant{};
   const Texture* texture = nullptr;
@@ -32,8 +33,8 @@ struct FloatInput {
   bool IsConstant() const { return texture == nullptr; }
 };
 
-// One instance, seen by its class's evaluation functions. Property names must be declared by the class; a name that
-// is not asserts. A reference to a missing or unsuitable plugin counts as none.
+// One instance, seen by its class's evaluation functions. Property names must be declared by the class; a
+// name that is not asserts. A reference to a missing or unsuitable plugin counts as none.
 class Inputs {
  public:
   virtual ~Inputs() = default;

@@ -1,8 +1,8 @@
-// One render of one scene: freezes the scene, renders in buckets or progressive passes on the engine's threads, and
-// reports to a listener. The same seed gives the same image, bit for bit, on any number of threads.
+// One render of one scene: freezes the scene, renders in buckets or progressive passes on the engine's
+// threads, and reports to a listener. The same seed gives the same image, bit for bit, on any number of
+// threads.
 #pragma once
 
-#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <memory>
@@ -28,7 +28,9 @@ enum class State : int32_t {
   kRenderingPaused = 7,
   kRenderingAwaitingChanges = 8,
 };
-constexpr bool IsRendering(State s) { return s >= State::kPreparing; }
+constexpr bool IsRendering(State s) {
+  return s >= State::kPreparing;
+}
 
 enum class Mode : int32_t { kProduction = -1, kInteractive = 0 };  // buckets, or progressive passes
 
@@ -48,21 +50,37 @@ struct RegionF {
   float left = 0, top = 0, width = 0, height = 0;
 };
 
-// What a render needs to know beside the scene. Defaults come from the scene's settings instances, which the
-// session reads; a field set here wins.
+// What a render needs to know beside the scene. What is 0 or absent here comes from the scene's settings
+// instances, or their defaults.
 struct RenderOptions {
   Mode mode = Mode::kProduction;
-  int width = 640, height = 480;
-  int threads = 0;  // 0: one per core
+  int width = 0, height = 0;       // pixels
+  int samples = 0;                 // per pixel
+  double time_limit = 0;           // seconds; ends an interactive refinement
+  int threads = 0;                 // 0: one per core
   std::optional<Bucket> region{};  // render only this part of the image; the rest keeps its pixels
   std::optional<RegionF> crop{};   // a window into the full camera image, 0..1 of it, that fills the frame
   scene::PluginId camera = scene::kNoPlugin;  // none: the scene's first camera
-  double time = 0;  // frames
+  double time = 0;                            // frames
   std::string scene_folder{};
+  // Interactive: a finished refinement stays in kRenderingAwaitingChanges until the scene changes or a stop
+  // is asked for. Without it the render ends in kIdleDone.
+  bool keep_running = false;
 };
 
-// Called by the session's own threads, one call at a time, never by the thread that called into the session.
-// A call may take as long as it likes; the render is paced by it.
+// Of the render in progress, or the last one.
+struct RenderStatistics {
+  uint64_t rays = 0;             // traced, shadow rays included
+  uint64_t dropped_samples = 0;  // not finite, left out of the picture
+  int samples = 0;       // per pixel, of finished passes; in production: of the whole picture once it is done
+  double seconds = 0;    // of rendering, preparation and pauses left out
+  int meshes_built = 0;  // by the last preparation; meshes that did not change are used again
+};
+
+// Called by one thread of the session, never by the thread that called into the session. The events stand in
+// a queue, so that neither a start nor a stop waits for a listener that takes long, even one that waits for
+// the very thread that called. Rendering goes on until a few pictures are queued, then waits: a listener
+// paces it. When the session ends what is still queued is dropped; a call in progress is waited for.
 class RenderListener {
  public:
   virtual ~RenderListener() = default;
@@ -95,7 +113,8 @@ class Session {
 
   // Begins a render and returns at once; a render in progress is stopped first.
   void Start(const RenderOptions& options);
-  // Begins a render and returns when it is prepared: kNone once the first bucket or pass is under way.
+  // Begins a render and returns when it is prepared: kNone once the first bucket or pass is under way. Does
+  // not wait for the listener.
   RenderError StartAndPrepare(const RenderOptions& options);
   // Asks the render to end; takes effect within one bucket or pass. Does not wait.
   void RequestStop();
@@ -103,10 +122,13 @@ class Session {
   bool Wait(std::chrono::milliseconds timeout);
   // False when no interactive render runs.
   bool SetPaused(bool paused);
+  // Production: buckets near the pixel come next.
+  void RenderNearest(int x, int y);
 
   State state() const;
-  bool ended() const;  // no render runs
-  RenderError last_error() const;
+  bool ended() const;              // no render runs
+  RenderError last_error() const;  // of the last render that ended or failed; kNone after a good one
+  RenderStatistics statistics() const;
   // A copy of the frame as far as it is rendered; null when nothing was. The caller owns it.
   image::Image* Snapshot() const;
   // Interactive mode: takes the scene's changes over and begins again with pass 1. Production: nothing.
@@ -117,8 +139,9 @@ class Session {
   std::unique_ptr<Impl> impl_;
 };
 
-// Starts and ends the engine's threads. Init when the first renderer is made; Shutdown joins every thread and must run
-// before the library is unloaded. False when another user of the thread library holds it: then the library must stay.
+// Starts and ends the engine's threads. Init when the first renderer is made; Shutdown joins every thread and
+// must run before the library is unloaded. False when another user of the thread library holds it: then the
+// library must stay.
 void InitThreads(int threads);
 bool ShutdownThreads();
 

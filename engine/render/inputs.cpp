@@ -1,0 +1,63 @@
+// Typed reading of property values, and inputs that are a constant or a texture.
+#include "engine/render/inputs.h"
+
+#include "engine/render/shading.h"
+
+namespace kiln::engine::render {
+
+Color ColorInput::Evaluate(const ShadingPoint& point) const {
+  return texture != nullptr ? texture->EvaluateColor(point, output) : constant;
+}
+
+float FloatInput::Evaluate(const ShadingPoint& point) const {
+  return texture != nullptr ? texture->EvaluateFloat(point, output) : constant;
+}
+
+float Inputs::Float(std::string_view property) const {
+  const scene::Value value = Get(property);
+  if (const auto* f = value.As<float>()) return *f;
+  if (const auto* d = value.As<double>()) return static_cast<float>(*d);
+  if (const auto* i = value.As<int32_t>()) return static_cast<float>(*i);
+  return 0;
+}
+
+int32_t Inputs::Int(std::string_view property) const {
+  const scene::Value value = Get(property);
+  if (const auto* i = value.As<int32_t>()) return *i;
+  if (const auto* b = value.As<bool>()) return *b ? 1 : 0;
+  return 0;
+}
+
+bool Inputs::Bool(std::string_view property) const {
+  const scene::Value value = Get(property);
+  if (const auto* b = value.As<bool>()) return *b;
+  if (const auto* i = value.As<int32_t>()) return *i != 0;
+  return false;
+}
+
+Vec3 Inputs::Vector(std::string_view property) const {
+  const scene::Value value = Get(property);
+  const auto* v = value.As<Vec3>();
+  return v != nullptr ? *v : Vec3{};
+}
+
+kiln::engine::Color Inputs::Color(std::string_view property) const {
+  const scene::Value value = Get(property);
+  if (const auto* c = value.As<kiln::engine::Color>()) return *c;
+  if (const auto* a = value.As<AColor>()) return {a->r, a->g, a->b};
+  return {};
+}
+
+kiln::engine::Transform Inputs::Transform(std::string_view property) const {
+  const scene::Value value = Get(property);
+  const auto* t = value.As<kiln::engine::Transform>();
+  return t != nullptr ? *t : kiln::engine::Transform{};
+}
+
+std::string Inputs::Text(std::string_view property) const {
+  const scene::Value value = Get(property);
+  const auto* s = value.As<std::string>();
+  return s != nullptr ? *s : std::string{};
+}
+
+}  // namespace kiln::engine::render

@@ -1,0 +1,42 @@
+// Unidirectional path tracing: light sampling and scattering combined by multiple importance sampling.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "engine/render/render_scene.h"
+#include "engine/render/sampler.h"
+
+namespace kiln::engine::render {
+
+// What tracing leaves behind, one per worker.
+struct TraceStatistics {
+  uint64_t rays = 0;
+  uint64_t dropped = 0;  // samples that were not finite
+  std::vector<Ray>* record =
+      nullptr;  // every ray is appended when there is one; shadow rays have a finite far or not
+};
+
+// How direct light is found. The two alone give the same mean as both together, with more noise.
+enum class LightStrategy { kBoth, kLightsOnly, kScatteringOnly };
+
+struct PathResult {
+  Color radiance;
+  float alpha = 0;  // whether anything but background was met
+};
+
+class PathIntegrator {
+ public:
+  explicit PathIntegrator(const RenderScene& scene, LightStrategy strategy = LightStrategy::kBoth)
+      : scene_(scene), strategy_(strategy) {}
+
+  // The radiance along a camera ray; `spread` is the angle of a pixel. The sampler's group 0 is the caller's.
+  PathResult Trace(const CameraRay& ray, float spread, const Sampler& sampler,
+                   TraceStatistics* statistics) const;
+
+ private:
+  const RenderScene& scene_;
+  LightStrategy strategy_;
+};
+
+}  // namespace kiln::engine::render

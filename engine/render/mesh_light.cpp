@@ -1,0 +1,91 @@
+// Sampling of emissive meshes.
+#include "engine/render/mesh_light.h"
+
+#include <tbb/blocked_range.h>
+#include <tbb/parallel_for.h>
+
+#include "engine/render/sampling.h"
+
+namespace kiln::engine::render {
+
+Color SurfaceEmission(const SurfacePoint& point) {
+  if (point.backfacing && !point.object->mesh->double_sided()) return {};
+  return point.object->material->Emission(point);
+}
+
+MeshLight::MeshLight(const RenderScene& scene, const SceneObject& object) : scene_(scene), object_(object) {
+  const auto count = static_cast<uint32_t>(object.mesh->triangle_count());
+  std::vector<float> weights(count);
+  constexpr uint32_t kGrain = 512;
+  tbb::parallel_for(tbb::blocked_range<uint32_t>(0, count, kGrain), [&](const auto& range) {
+    for (uint32_t i = range.begin(); i != range.end(); ++i) weights[i] = EstimatePower(i);
+  });
+  double total = 0;
+  for (const float weight : weights) total += weight;
+  power_ = static_cast<float>(total);
+  choice_ = AliasTable(weights);
+}
+
+float MeshLight::EstimatePower(uint32_t triangle) const {
+  Vec3 normal;
+  const float area = Area(triangle, &normal);
+  if (!(area > 0)) return 0;
+  constexpr Vec2 kProbes[] = {{1.0f / 3, 1.0f / 3}, {0.6f, 0.2f}, {0.2f, 0.6f}, {0.2f, 0.2f}};
+  float radiance = 0;
+  for (const Vec2 probe : kProbes) {
+    for (const float side : {1.0f, -1.0f}) {
+      SurfacePoint point;
+      radiance += std::max(0.0f, Luminance(Emission(triangle, probe, normal * side, &point)));
+    }
+  }
+  const float power = area * radiance * (kPi / 4);
+  return std::isfinite(power) ? power : 0;
+}
+
+float MeshLight::Area(uint32_t triangle, Vec3* normal) const {
+  Vec3 p[3];
+  object_.mesh->Corners(triangle, p);
+  const Matrix& m = object_.transform.matrix;
+  const Vec3 n = Cross(m * (p[1] - p[0]), m * (p[2] - p[0]));
+  const float length = Length(n);
+  if (normal != nullptr) *normal = length > 0 ? n / length : Vec3{0, 0, 1};
+  return 0.5f * length;
+}
+
+Color MeshLight::Emission(uint32_t triangle, Vec2 barycentric, Vec3 wo, SurfacePoint* point) const {
+  const Hit hit{0, static_cast<uint32_t>(&object_ - scene_.objects.data()), triangle, barycentric.x,
+                barycentric.y};
+  scene_.MakeSurfacePoint(hit, -wo, 0, 0, point);
+  return SurfaceEmission(*point);
+}
+
+bool MeshLight::Sample(const LightContext& at, Vec2 u, LightSample* sample) const {
+  const uint32_t triangle = choice_.Sample(&u.x);
+  const Vec2 barycentric = SampleTriangle(u);
+  Vec3 p[3];
+  object_.mesh->Corners(triangle, p);
+  const Vec3 local = p[0] * (1 - barycentric.x - barycentric.y) + p[1] * barycentric.x + p[2] * barycentric.y;
+  const Vec3 to = TransformPoint(object_.transform, local) - at.position;
+  const float distance = Length(to);
+  if (!(distance > 0)) return false;
+  sample->wi = to / distance;
+  sample->pdf = PdfOfHit(triangle, distance, sample->wi);
+  if (!(sample->pdf > 0) || !std::isfinite(sample->pdf)) return false;
+  SurfacePoint point;
+  sample->radiance = Emission(triangle, barycentric, -sample->wi, &point);
+  // Stops short of the emitter itself, which blocks like any other surface.
+  sample->distance = std::max(
+      0.0f, distance - 2 * point.offset / std::max(1e-3f, std::abs(Dot(sample->wi, point.geometric_normal))));
+  sample->delta = false;
+  return !IsBlack(sample->radiance);
+}
+
+float MeshLight::PdfOfHit(uint32_t triangle, float distance, Vec3 wi) const {
+  Vec3 normal;
+  const float area = Area(triangle, &normal);
+  const float cosine = std::abs(Dot(wi, normal));
+  if (!(area > 0) || cosine < 1e-7f) return 0;
+  return choice_.Probability(triangle) * distance * distance / (area * cosine);
+}
+
+}  // namespace kiln::engine::render

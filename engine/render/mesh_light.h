@@ -1,0 +1,38 @@
+// An emissive mesh as a light: its triangles, chosen by emitted power.
+#pragma once
+
+#include "engine/render/alias_table.h"
+#include "engine/render/light.h"
+#include "engine/render/render_scene.h"
+
+namespace kiln::engine::render {
+
+class MeshLight : public Light {
+ public:
+  // Scene and object outlive the light; the object's derived fields are filled.
+  MeshLight(const RenderScene& scene, const SceneObject& object);
+
+  bool empty() const { return power_ <= 0; }
+  bool Sample(const LightContext& at, Vec2 u, LightSample* sample) const override;
+  float Power(float) const override { return power_; }
+  // The solid angle density of a hit on a triangle, seen from `distance` along `wi`.
+  float PdfOfHit(uint32_t triangle, float distance, Vec3 wi) const;
+
+ private:
+  // What a triangle emits, from a few probes of its emission on both sides.
+  float EstimatePower(uint32_t triangle) const;
+  // The world-space area of a triangle, with its unit normal on request.
+  float Area(uint32_t triangle, Vec3* normal) const;
+  // What the object emits at a place towards `wo`.
+  Color Emission(uint32_t triangle, Vec2 barycentric, Vec3 wo, SurfacePoint* point) const;
+
+  const RenderScene& scene_;
+  const SceneObject& object_;
+  AliasTable choice_;
+  float power_ = 0;
+};
+
+// Emission of a material at a point, black on the back of a one-sided mesh.
+Color SurfaceEmission(const SurfacePoint& point);
+
+}  // namespace kiln::engine::render

@@ -1,0 +1,140 @@
+// The frozen scene that a render works on: rays, hits, materials and lights. Immutable, so any number of
+// threads may ask it at once, and edits of the scene it was made from can't reach it.
+#pragma once
+
+#include <embree3/rtcore.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "engine/render/alias_table.h"
+#include "engine/render/camera.h"
+#include "engine/render/light.h"
+#include "engine/render/mesh.h"
+#include "engine/render/shading.h"
+#include "engine/scene/value.h"
+
+namespace kiln::engine::render {
+
+class MeshLight;
+
+// Settings instances, as read when the scene was frozen.
+struct RenderSettings {
+  int width = 640, height = 480;
+  bool box_filter = false;
+  float filter_radius = 1.5f;
+  int samples = 64;
+  float time_limit = 0;  // seconds; 0: none
+  uint32_t seed = 0;
+  int bucket_size = 32;
+  int max_depth = 12;
+  int min_depth = 3;
+  float clamp = 0;  // 0: off
+  Color background{};
+};
+
+// Embree's handles, released with their owner.
+struct DeviceDeleter {
+  void operator()(RTCDevice device) const { rtcReleaseDevice(device); }
+};
+struct SceneDeleter {
+  void operator()(RTCScene scene) const { rtcReleaseScene(scene); }
+};
+using DevicePtr = std::unique_ptr<RTCDeviceTy, DeviceDeleter>;
+using ScenePtr = std::unique_ptr<RTCSceneTy, SceneDeleter>;
+
+// A mesh with its acceleration structure, shared by the instances and by consecutive builds.
+struct MeshAccel {
+  std::shared_ptr<const GeometrySource> source;  // declared first: Embree reads its arrays
+  ScenePtr scene;
+};
+
+// A mesh in the world.
+struct SceneObject {
+  std::shared_ptr<const MeshAccel> accel;
+  const Mesh* mesh = nullptr;
+  const Material* material = nullptr;
+  Transform transform;
+  Vec3 offset;
+  Matrix normal_matrix;  // inverse transpose
+  scene::PluginId id = scene::kNoPlugin;
+  int32_t mesh_light = -1;  // index into lights, of an emissive mesh
+  float area_scale = 1;     // lengths in the world per length of the mesh
+  bool opaque = true;
+  bool emissive = false;
+  bool has_volume = false;
+  bool visible_to_camera = true;
+};
+
+struct Ray {
+  Vec3 origin;
+  float near = 0;
+  Vec3 direction;
+  float far = INFINITY;
+};
+
+struct Hit {
+  float distance = INFINITY;
+  uint32_t object = 0;
+  uint32_t triangle = 0;
+  float u = 0, v = 0;
+};
+
+// A hit with everything that shading needs. `offset` is how far a ray must start off the surface.
+struct SurfacePoint : ShadingPoint {
+  const SceneObject* object = nullptr;
+  float offset = 0;
+  // Where rays into `direction` start.
+  Vec3 RayOrigin(Vec3 direction) const {
+    return position + geometric_normal * (Dot(direction, geometric_normal) >= 0 ? offset : -offset);
+  }
+};
+
+class RenderScene {
+ public:
+  RenderScene() = default;
+  ~RenderScene();
+  RenderScene(const RenderScene&) = delete;
+  RenderScene& operator=(const RenderScene&) = delete;
+
+  // Building: fill the fields below, then Finish, which builds the top level and the choice of lights.
+  void Finish(RTCDevice device);
+
+  bool Intersect(const Ray& ray, Hit* hit) const;
+  // Whether anything at all is in the way; right where every object is opaque.
+  bool Occluded(const Ray& ray) const;
+  bool all_opaque() const { return all_opaque_; }
+  // The point of a hit; `spread` is the angle of the ray's footprint and `travelled` its length so far.
+  void MakeSurfacePoint(const Hit& hit, Vec3 direction, float spread, float travelled,
+                        SurfacePoint* point) const;
+
+  // Chooses a light by u, stretched again for another use; null when there is none.
+  const Light* ChooseLight(float* u, float* probability) const;
+  float LightProbability(uint32_t light) const { return light_choice_.Probability(light); }
+  const MeshLight& mesh_light(const SceneObject& object) const;
+  // Lights that a ray may pass through, and those at infinity: indices into lights.
+  const std::vector<uint32_t>& shape_lights() const { return shape_lights_; }
+  const std::vector<uint32_t>& infinite_lights() const { return infinite_lights_; }
+  const Bounds3& bounds() const { return bounds_; }
+
+  RenderSettings settings;
+  std::shared_ptr<const Camera> camera;
+  std::string camera_name;
+  std::vector<SceneObject> objects;
+  std::vector<std::shared_ptr<const Light>> lights;
+  std::vector<std::shared_ptr<const void>> keep_alive;  // materials and textures
+  uint64_t change_index = 0;
+
+ private:
+  void BuildTopLevel(RTCDevice device);
+  void BuildLights();
+
+  ScenePtr top_;
+  Bounds3 bounds_;
+  AliasTable light_choice_;
+  std::vector<uint32_t> shape_lights_, infinite_lights_;
+  bool all_opaque_ = true;
+};
+
+}  // namespace kiln::engine::render
