@@ -9,6 +9,7 @@ const fs = require('fs');
 const os = require('os');
 const path = require('path');
 const { spawnSync } = require('child_process');
+const { libraryName } = require('../lib/engine.js');
 const { headersFor } = require('./node-headers.js');
 
 const ROOT = path.join(__dirname, '..');
@@ -33,6 +34,13 @@ function configure(folder, args) {
   fs.writeFileSync(stamp, wanted);
 }
 
+/** The engine knows nothing of Node.js: one build serves every version, in each version's folder. */
+function copyEngine(output) {
+  const name = libraryName();
+  const built = path.join(ROOT, 'build', 'Release', name);
+  if (fs.existsSync(built)) fs.copyFileSync(built, path.join(output, name));
+}
+
 /** Builds, and throws an Error with the compiler's words when that fails. Returns the folder of the results. */
 function build({ preset = 'release', node = null, targets = [] } = {}) {
   const include = headersFor(node || undefined);
@@ -47,6 +55,7 @@ function build({ preset = 'release', node = null, targets = [] } = {}) {
   configure(folder, args);
   const result = run('ninja', ['-C', folder, '-j', String(os.cpus().length), ...targets]);
   if (!result.ok) throw new Error(`${result.output}\nThe build failed: see the messages above.`);
+  if (node) copyEngine(output);
   return output;
 }
 
