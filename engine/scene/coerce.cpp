@@ -202,6 +202,15 @@ std::optional<Value> CoerceStrings(const Value& value) {
   return StringArray(std::move(texts));
 }
 
+// A generic list that is not nested too deep for the walks over it.
+bool IsFlatEnough(const Value& value, int depth = 0) {
+  const auto* list = value.As<ValueArray>();
+  if (list == nullptr) return true;
+  return depth < kMaxDepth && std::ranges::all_of(*list, [depth](const Value& element) {
+           return IsFlatEnough(element, depth + 1);
+         });
+}
+
 Type ElementType(Type list) {
   return static_cast<Type>(static_cast<int32_t>(list) - static_cast<int32_t>(Type::kIntList));
 }
@@ -419,9 +428,10 @@ std::optional<Value> CoerceWith(Value value, Type type, const Resolver& resolve)
     case Type::kTextureTransformList:
       return CoerceValues(value, type, resolve);
     case Type::kObjectList:
-      return ListSize(value) ? std::optional<Value>(std::move(value)) : std::nullopt;
+      if (!ListSize(value)) return {};
+      [[fallthrough]];
     case Type::kUnspecified:
-      return value;
+      return IsFlatEnough(value) ? std::optional<Value>(std::move(value)) : std::nullopt;
     default:
       return {};  // outputs are not set
   }
