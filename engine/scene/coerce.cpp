@@ -80,7 +80,7 @@ std::optional<std::array<double, n>> Tuple(const Value& value) {
   std::vector<double> numbers;
   numbers.reserve(n);
   if (!AppendNumbers(value, numbers) || numbers.size() != n) return {};
-  std::array<double, n> tuple;
+  std::array<double, n> tuple{};
   std::copy(numbers.begin(), numbers.end(), tuple.begin());
   return tuple;
 }
