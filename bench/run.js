@@ -18,7 +18,7 @@ function main(names) {
   for (const name of names.length > 0 ? names : all) {
     const result = spawnSync(process.execPath, ['--expose-gc', path.join(__dirname, `${name}.bench.js`)], {
       stdio: 'inherit',
-      env: { ...process.env, KILN_BUILD_DIR: output },
+      env: { ...process.env, KILN_BUILD_DIR: output, KILN_TEST_BUILD: output },
     });
     if (result.status !== 0) throw new Error(`The benchmark ${name} failed: see the messages above.`);
   }

@@ -7,7 +7,7 @@ const path = require('path');
 const { build } = require('./build.js');
 const { nodeFor } = require('./node-headers.js');
 const { setup } = require('./setup.js');
-const { add, closingLine, conclude, nothing, runJsTests, succeeded } = require('./suite.js');
+const { add, closingLine, conclude, nothing, runJsTests, succeeded, testEnvironment } = require('./suite.js');
 
 const VERSIONS = ['16.20.2', '18.20.8', '22.23.3', '24.21.0', '26.10.0'];
 
@@ -28,7 +28,7 @@ async function main(majors) {
   for (const version of versions) {
     process.stdout.write(`Node.js ${version}\n`);
     const node = nodeFor(version);
-    const env = { ...process.env, KILN_BUILD_DIR: build({ node: version }) };
+    const env = testEnvironment(build({ node: version }));
     // What a test starts by the name "node" must be the same version.
     env.PATH = `${path.dirname(node)}${path.delimiter}${process.env.PATH}`;
     const counts = await runJsTests({ node, env });

@@ -7,7 +7,7 @@ const path = require('path');
 const { spawnSync } = require('child_process');
 const { build } = require('./build.js');
 const { setup } = require('./setup.js');
-const { ROOT, add, conclude, runCppTests, runJsTests } = require('./suite.js');
+const { ROOT, add, conclude, runCppTests, runJsTests, testEnvironment } = require('./suite.js');
 
 const SUPPRESSIONS = path.join(ROOT, 'test', 'sanitizers', 'lsan.supp');
 
@@ -39,7 +39,7 @@ async function main([name = 'address-undefined']) {
   const failure = setup(['build', 'engine', 'test']);
   if (failure) throw new Error(failure);
   const output = build({ preset: name });
-  const env = { ...process.env, ...preset.environment, KILN_BUILD_DIR: output, KILN_SANITIZER: name };
+  const env = testEnvironment(output, { ...preset.environment, KILN_SANITIZER: name });
   // The programs carry the sanitizer themselves; Node.js gets it ahead of everything else.
   const cpp = await runCppTests(path.join(output, 'tests'), env);
   const js = await runJsTests({ env: { ...env, LD_PRELOAD: runtimePath(preset.runtime) } });

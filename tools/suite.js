@@ -28,6 +28,11 @@ function succeeded(counts) {
   return counts.failed === 0 && counts.passed > 0;
 }
 
+/** The environment that points the package and the tests at the built libraries. */
+function testEnvironment(output, extra = {}) {
+  return { ...process.env, KILN_BUILD_DIR: output, KILN_TEST_BUILD: output, ...extra };
+}
+
 /** All *.test.js below test/, or below the given paths, in order. */
 function listTests(paths = ['test']) {
   const found = [];
@@ -138,4 +143,4 @@ async function conclude(run) {
   }
 }
 
-module.exports = { ROOT, add, closingLine, conclude, succeeded, nothing, listTests, runJsTests, runCppTests, finish };
+module.exports = { ROOT, add, closingLine, conclude, succeeded, nothing, testEnvironment, listTests, runJsTests, runCppTests, finish };

@@ -7,7 +7,7 @@ const fs = require('fs');
 const path = require('path');
 const { build } = require('./build.js');
 const { setup } = require('./setup.js');
-const { ROOT, add, conclude, finish, listTests, runCppTests, runJsTests } = require('./suite.js');
+const { ROOT, add, conclude, finish, listTests, runCppTests, runJsTests, testEnvironment } = require('./suite.js');
 
 /** Every entry point and member must have been touched by the tests that ran before. */
 async function checkCoverage(env) {
@@ -23,10 +23,11 @@ async function main(paths) {
   const failure = setup(['build', 'engine', 'test']);
   if (failure) throw new Error(failure);
   const output = build();
-  const env = { ...process.env, KILN_BUILD_DIR: output };
-  if (paths.length > 0) return runJsTests({ env, files: listTests(paths) });
+  if (paths.length > 0) return runJsTests({ env: testEnvironment(output), files: listTests(paths) });
   const coverage = path.join(output, 'coverage');
   fs.rmSync(coverage, { recursive: true, force: true });
+  fs.mkdirSync(coverage, { recursive: true });
+  const env = testEnvironment(output, { KILN_COVERAGE_DIR: coverage });
   const cpp = await runCppTests(path.join(output, 'tests'), env);
   const js = await runJsTests({ env });
   return add(cpp, js, await checkCoverage(env));
