@@ -1,6 +1,7 @@
 #include "binding/environment.h"
 
 #include "binding/async_job.h"
+#include "binding/kept_object.h"
 
 namespace kiln {
 namespace {
@@ -52,11 +53,8 @@ void Environment::CleanUp(void* self, void (*done)(void*), void* done_argument) 
 }
 
 void Environment::ReleaseObjects() {
-  while (objects_) {
-    Closable* object = objects_;
-    Remove(object);
-    object->Release();
-  }
+  while (objects_) objects_->Release();
+  CloseReleaseQueue(*this);
 }
 
 void Environment::Drop() {

@@ -5,19 +5,23 @@
 #include <node.h>
 #include <uv.h>
 
+#include <memory>
+
 #include "binding/v8_compat.h"
 #include "module_context.h"
 
 namespace kiln {
 
 struct AsyncJob;
+class ReleaseQueue;
 
-// An SDK object that must not outlive its environment: a renderer, a server. Called at the environment's end.
+// The record of an SDK object that must not outlive its environment: a renderer, a server. It adds itself when it is made
+// and removes itself when it is deleted. The two functions are called at the environment's end.
 class Closable {
  public:
   // No event from here on: clears the callbacks, wakes the parked threads, asks the SDK to end its work.
   virtual void Silence() = 0;
-  // Releases the SDK object. Comes after Silence, when no job is under way any more.
+  // Releases the SDK object and deletes this. Comes after Silence, when no job is under way any more.
   virtual void Release() = 0;
 
  protected:
@@ -55,6 +59,14 @@ class Environment : public ModuleContext {
   void Remove(Closable* object);
   void Add(AsyncJob* job);
   void Remove(AsyncJob* job);
+
+  // Objects whose memory the SDK holds (kept_object.h); made with the first.
+  std::shared_ptr<ReleaseQueue> release_queue;
+
+  // Renderers that want the SDK's windows served, and the timer that serves them (gui_pump.h). Teardown always counts
+  // down, whether or not the renderer counted up, so the count can fall below 0.
+  int32_t guiPumpUsers = 0;
+  uv_timer_t* guiPumpTimer = nullptr;
 
  private:
   explicit Environment(v8::Isolate* isolate);

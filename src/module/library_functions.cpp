@@ -1,6 +1,5 @@
 // setSDKLibraryPath and its neighbours: which library is used, and why not.
 #include "binding/error.h"
-#include "binding/event_port.h"
 #include "binding/text.h"
 #include "module/module.h"
 #include "module/sdk_library.h"

@@ -4,6 +4,7 @@
 #include <node.h>
 
 #include "binding/environment.h"
+#include "binding/event_port.h"
 #include "binding/text.h"
 #include "image/kiln_image.h"
 #include "module/sdk_library.h"
@@ -74,14 +75,15 @@ void DefineStringify(v8::Isolate* isolate, Environment& environment, v8::Local<v
   }
   function->SetName(name);
   environment.stringifyFunction.Reset(isolate, function);
-  exports->Set(context, name, function).Check();
+  (void)exports->Set(context, name, function).FromMaybe(false);
 }
 
 void DefineLanguage(v8::Isolate* isolate, v8::Local<v8::Object> exports) {
   v8::Local<v8::Object> language = v8::Object::New(isolate);
   defineValue(isolate, language, "EN_US", v8::String::NewFromUtf8Literal(isolate, "en-US"));
   defineValue(isolate, language, "ZH_CN", v8::String::NewFromUtf8Literal(isolate, "zh-CN"));
-  exports->Set(isolate->GetCurrentContext(), v8::String::NewFromUtf8Literal(isolate, "Language"), language).Check();
+  (void)exports->Set(isolate->GetCurrentContext(), v8::String::NewFromUtf8Literal(isolate, "Language"), language)
+      .FromMaybe(false);
 }
 
 void FillExports(v8::Isolate* isolate, Environment& environment, v8::Local<v8::Object> exports) {
@@ -104,6 +106,7 @@ NODE_MODULE_INIT(/* exports, module, context */) {
   v8::Isolate* isolate = v8::Isolate::GetCurrent();
   v8::HandleScope scope(isolate);
   v8::Context::Scope context_scope(context);
+  kiln::SdkAfterLoad = kiln::WakePortsAtExit;
   kiln::FindLibrary();
   kiln::liveObjectCounter = 0;
   kiln::frameBufferEnabled = true;

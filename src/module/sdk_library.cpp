@@ -8,6 +8,7 @@
 namespace kiln {
 
 SdkTable sdk;
+void (*SdkAfterLoad)() = nullptr;
 
 namespace {
 
@@ -62,6 +63,7 @@ int SdkLoad() {
     SetErrorText("Error loading SDK Library.", -1);
     return -1;
   }
+  if (SdkAfterLoad) SdkAfterLoad();
   const int missing =
       Sweep(sdk, [](const char* name) { return loader::Symbol(library, name); }, KeepMissingName);
   sdk.Kiln_incrementModuleReferenceCounter();

@@ -1,0 +1,158 @@
+#include "renderer/kiln_renderer.h"
+
+#include <memory>
+
+#include "binding/async_job.h"
+#include "binding/error.h"
+#include "binding/text.h"
+#include "module/module.h"
+#include "module/sdk_library.h"
+#include "renderer/gui_pump.h"
+#include "renderer/renderer_options.h"
+#include "renderer/renderer_wrapper.h"
+
+namespace kiln {
+namespace {
+
+const char* CreationError(uint64_t code) {
+  const char* text = code == 0 ? nullptr : sdk.Kiln_getErrorTextStringFromErrorCode(static_cast<int32_t>(code));
+  return text ? text : "Instantiation error.";
+}
+
+// The handle for the constructor's first argument; null with the code of the failure.
+KilnRendererHandle CreateFor(v8::Local<v8::Context> context, v8::Local<v8::Value> argument, uint64_t* error) {
+  if (argument->IsExternal()) {
+    KilnRendererHandle handle = compat::ExternalPointer(argument);
+    sdk.Kiln_KilnRenderer_incRef(handle);
+    return handle;
+  }
+  if (argument->IsNullOrUndefined()) return sdk.Kiln_KilnRenderer_create(nullptr, error);
+  RendererOptions options;
+  if (argument->IsObject()) options.Fill(context, argument.As<v8::Object>());
+  return sdk.Kiln_KilnRenderer_create(options.Record(), error);
+}
+
+void Construct(const Arguments& info) {
+  v8::Isolate* isolate = info.GetIsolate();
+  Environment& environment = EnvironmentOf(info);
+  if (!EnsureBound(isolate)) return;
+  if (info.NewTarget()->IsUndefined()) return ConstructAgain(info, environment.rendererTemplate.Get(isolate));
+  uint64_t error = 0;
+  KilnRendererHandle handle = CreateFor(isolate->GetCurrentContext(), info[0], &error);
+  if (!handle) return ThrowError(isolate, CreationError(error));
+  new RendererWrapper(environment, info.This(), handle);
+  if (frameBufferEnabled) JoinGuiPump(environment);
+  info.GetReturnValue().Set(info.This());
+}
+
+// create, on the pool. The instance takes a reference of its own, so that of create is given back in every case.
+struct CreateRenderer {
+  std::unique_ptr<RendererOptions> options;  // null: the SDK's own
+  KilnRendererHandle handle = nullptr;
+  uint64_t error = 0;
+
+  void Run() { handle = sdk.Kiln_KilnRenderer_create(options ? options->Record() : nullptr, &error); }
+
+  int Finish(Environment& environment, v8::Local<v8::Value>* arguments) {
+    v8::Isolate* isolate = environment.isolate();
+    arguments[1] = v8::Undefined(isolate);
+    if (!handle) return MakeError(isolate, CreationError(error)).ToLocal(&arguments[0]) ? 2 : kNoCall;
+    v8::Local<v8::Context> context = isolate->GetCurrentContext();
+    v8::Local<v8::Function> function;
+    v8::Local<v8::Object> instance;
+    v8::Local<v8::Value> external = compat::NewExternal(isolate, handle);
+    const bool made = environment.rendererTemplate.Get(isolate)->GetFunction(context).ToLocal(&function) &&
+                      function->NewInstance(context, 1, &external).ToLocal(&instance);
+    Abandon();
+    if (!made) return kNoCall;
+    arguments[0] = v8::Null(isolate);
+    arguments[1] = instance;
+    return 2;
+  }
+
+  void Abandon() {
+    if (handle) sdk.Kiln_KilnRenderer_release(handle);
+  }
+};
+
+// release, on the pool, while the JavaScript thread serves the events that come of it.
+struct CloseRenderer {
+  RendererWrapper* wrapper;
+  KilnRendererHandle handle;
+
+  void Run() { sdk.Kiln_KilnRenderer_release(handle); }
+  int Finish(Environment&, v8::Local<v8::Value>*) {
+    Abandon();
+    return 0;
+  }
+  void Abandon() { wrapper->Settle(); }
+};
+
+void Close(const Arguments& info) {
+  RendererWrapper& wrapper = RendererOf(info);
+  v8::Local<v8::Function> callback = CallbackAt(info, 0);
+  if (callback.IsEmpty()) return wrapper.Close();
+  wrapper.BeginRelease();
+  Queue(info, callback, CloseRenderer{&wrapper, wrapper.renderer});
+}
+
+void GetInstanceHandle(const Arguments& info) {
+  info.GetReturnValue().Set(compat::NewExternal(info.GetIsolate(), RendererOf(info).renderer));
+}
+
+constexpr Method kMethods[] = {
+    {"load", Load},
+    {"loadAsText", LoadAsText},
+    {"loadFromBuffer", LoadFromBuffer},
+    {"loadSync", LoadSync},
+    {"loadAsTextSync", LoadAsTextSync},
+    {"loadFromBufferSync", LoadFromBufferSync},
+    {"render", Start, static_cast<v8::PropertyAttribute>(v8::ReadOnly | v8::DontEnum)},
+    {"start", Start},
+    {"startSync", StartSync},
+    {"stop", Stop},
+    {"waitForRenderEnd", WaitForRenderEnd},
+    {"commit", Commit},
+    {"getImage", GetImage},
+    {"close", Close},
+    {"clearScene", ClearScene},
+    {"getInstanceHandle", GetInstanceHandle},
+};
+
+}  // namespace
+
+KilnRendererHandle RendererHandleOf(Environment& environment, v8::Local<v8::Value> value) {
+  if (!environment.rendererTemplate.Get(environment.isolate())->HasInstance(value)) return nullptr;
+  return WrapperOf(value.As<v8::Object>()).renderer;
+}
+
+void RegisterKilnRenderer(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object> exports) {
+  v8::Local<v8::FunctionTemplate> renderer = NewClass(isolate, external, "KilnRenderer", Construct, 1);
+  DefineAccessors(isolate, external, renderer->InstanceTemplate(), kRendererAccessors);
+  DefineMethods(isolate, external, renderer, kMethods);
+  v8::Local<v8::String> key;
+  if (NewName(isolate, "kiln.KilnRenderer.@callbackSettersInternalHelper").ToLocal(&key)) {
+    definePrototypeMethodByKey(isolate, external, renderer, v8::Symbol::For(isolate, key), SwitchCallback, kHidden);
+  }
+  Environment::Of(external).rendererTemplate.Reset(isolate, renderer);
+  ExportClass(isolate, exports, "KilnRenderer", renderer);
+}
+
+void CreateKilnRenderer(const Arguments& info) {
+  v8::Isolate* isolate = info.GetIsolate();
+  if (!EnsureBound(isolate)) return;
+  if (info.Length() > 2) return ThrowError(isolate, "Too many agruments passed to function");
+  if (!info[0]->IsFunction() && !info[1]->IsFunction()) {
+    return ThrowError(isolate, "At least a callback function should be passed");
+  }
+  const int callback = info[1]->IsFunction() ? 1 : 0;
+  v8::Local<v8::Value> options = info[1 - callback];
+  CreateRenderer operation;
+  if (options->IsObject()) {
+    operation.options = std::make_unique<RendererOptions>();
+    operation.options->Fill(isolate->GetCurrentContext(), options.As<v8::Object>());
+  }
+  Queue(info, CallbackAt(info, callback), std::move(operation));
+}
+
+}  // namespace kiln

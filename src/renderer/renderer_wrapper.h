@@ -1,0 +1,64 @@
+// The native record behind a KilnRenderer, from construction to collection.
+#pragma once
+
+#include "binding/environment.h"
+#include "binding/event_port.h"
+#include "binding/members.h"
+#include "renderer/renderer_events.h"
+
+namespace kiln {
+
+class RendererWrapper final : public Closable {
+ public:
+  // For a handle that is not null: makes the ports and registers the callbacks that are always on. The object is held
+  // weakly; the record goes with it, never before.
+  RendererWrapper(Environment& environment, v8::Local<v8::Object> object, KilnRendererHandle handle);
+  RendererWrapper(const RendererWrapper&) = delete;
+  RendererWrapper& operator=(const RendererWrapper&) = delete;
+
+  // Ends the renderer on this thread, which it blocks meanwhile: no event from here on, and no SDK thread stays parked.
+  // Does nothing for a closed one.
+  void Close();
+  // Around a release on another thread, during which events are still served: the environment's end then leaves the
+  // handle to it. Settle does what is left when the SDK is through.
+  void BeginRelease() { releasing_++; }
+  void Settle();
+
+  void Silence() override;
+  // Ends the record too: no weak callback comes after the environment's end.
+  void Release() override;
+
+  v8::Global<v8::Object> self;
+  KilnRendererHandle renderer;  // null after close
+  PortOf<RendererEvent>* eventsPort = nullptr;
+  PortOf<ContextMenuEvent>* contextMenuPort = nullptr;
+  PortOf<UploadEvent>* uploadPort = nullptr;
+  int32_t maxTypedListsCopyByteSize = -1;
+  bool autoCommit = true;
+  int32_t minLogLevel = 2;
+
+  Environment& environment() const { return environment_; }
+
+ private:
+  ~RendererWrapper();
+  static void OnCollected(const v8::WeakCallbackInfo<RendererWrapper>& info);
+  void OpenPorts();
+  void WakePorts();
+  void ClosePorts();
+  void LeaveCounters();
+
+  Environment& environment_;
+  int releasing_ = 0;
+};
+
+inline RendererWrapper& WrapperOf(v8::Local<v8::Object> object) {
+  return *static_cast<RendererWrapper*>(compat::GetPointer(object, 0));
+}
+// The receiver of a method (its signature has been checked), or the holder of an accessor.
+inline RendererWrapper& RendererOf(const Arguments& info) { return WrapperOf(info.This()); }
+template <class T>
+RendererWrapper& RendererOf(const v8::PropertyCallbackInfo<T>& info) {
+  return WrapperOf(compat::Holder(info));
+}
+
+}  // namespace kiln
