@@ -54,6 +54,8 @@ TEST(Coerce, NumbersAndBooleans) {
       {-2147483648.0, Type::kInt, Value(std::numeric_limits<int32_t>::min())},
       {std::nan(""), Type::kInt, {}},
       {1e300, Type::kFloat, Value(std::numeric_limits<float>::infinity())},
+      {3.4028235e38, Type::kFloat, Value(std::numeric_limits<float>::max())},
+      {-3.4028236e38, Type::kFloat, Value(-std::numeric_limits<float>::infinity())},
       {Vec3{}, Type::kFloat, {}},
       {Value(), Type::kInt, {}},
   });
