@@ -7,7 +7,9 @@
 namespace kiln {
 namespace {
 
-void Work(uv_work_t* work) { static_cast<AsyncJob*>(work->data)->Run(); }
+void Work(uv_work_t* work) {
+  static_cast<AsyncJob*>(work->data)->Run();
+}
 
 void Call(AsyncJob* owned) {
   std::unique_ptr<AsyncJob> job(owned);
@@ -57,7 +59,8 @@ void QueueJob(AsyncJob* job, Environment& environment, v8::Local<v8::Object> sel
   uv_queue_work(environment.loop(), &job->work, Work, After);
 }
 
-int FinishWithStatus(Environment& environment, bool ok, const char* error_text, v8::Local<v8::Value>* arguments) {
+int FinishWithStatus(Environment& environment, bool ok, const char* error_text,
+                     v8::Local<v8::Value>* arguments) {
   if (ok) {
     arguments[0] = v8::Null(environment.isolate());
     return 1;

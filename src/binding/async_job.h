@@ -1,10 +1,12 @@
-// The pattern of every operation with a Sync twin. An operation is one struct with the operands as plain data:
+// The pattern of every operation with a Sync twin. An operation is one struct with the operands as plain
+// data:
 //
-//   void Run();      calls the SDK; touches no V8; runs on a pool thread, or on the JavaScript thread for the twin
-//   int Finish(Environment&, v8::Local<v8::Value>* arguments);
-//                    on the JavaScript thread: makes the callback's arguments (at most kMaxCallbackArguments) and
-//                    returns their count, or kNoCall when one can't be made
-//   void Abandon();  optional; instead of Finish when nobody is called: there is no callback, or the environment ends
+//   void Run();      calls the SDK; touches no V8; runs on a pool thread, or on the JavaScript thread for the
+//   twin int Finish(Environment&, v8::Local<v8::Value>* arguments);
+//                    on the JavaScript thread: makes the callback's arguments (at most kMaxCallbackArguments)
+//                    and returns their count, or kNoCall when one can't be made
+//   void Abandon();  optional; instead of Finish when nobody is called: there is no callback, or the
+//   environment ends
 //
 // What an operation owns goes with its destructor, which always runs on the JavaScript thread.
 #pragma once
@@ -38,7 +40,8 @@ struct AsyncJob {
   virtual ~AsyncJob() = default;
 };
 
-// Queues the job, which from here on owns itself. A job always runs, unless its environment ends before it begins.
+// Queues the job, which from here on owns itself. A job always runs, unless its environment ends before it
+// begins.
 void QueueJob(AsyncJob* job, Environment& environment, v8::Local<v8::Object> self,
               v8::Local<v8::Function> callback);
 
@@ -64,7 +67,9 @@ inline v8::Local<v8::Function> CallbackAt(const Arguments& info, int index) {
   return info[index]->IsFunction() ? info[index].As<v8::Function>() : v8::Local<v8::Function>();
 }
 
-// The callback's arguments of an operation without a value: null for success, an Error with the text for failure.
-int FinishWithStatus(Environment& environment, bool ok, const char* error_text, v8::Local<v8::Value>* arguments);
+// The callback's arguments of an operation without a value: null for success, an Error with the text for
+// failure.
+int FinishWithStatus(Environment& environment, bool ok, const char* error_text,
+                     v8::Local<v8::Value>* arguments);
 
 }  // namespace kiln

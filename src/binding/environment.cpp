@@ -38,8 +38,8 @@ Environment* Environment::Create(v8::Isolate* isolate) {
   return environment;
 }
 
-// The order matters. SDK threads are woken first, so that jobs which wait for them can end; objects are released when
-// no job uses them any more; the record goes last, when libuv has let go of every handle.
+// The order matters. SDK threads are woken first, so that jobs which wait for them can end; objects are
+// released when no job uses them any more; the record goes last, when libuv has let go of every handle.
 void Environment::CleanUp(void* self, void (*done)(void*), void* done_argument) {
   auto* environment = static_cast<Environment*>(self);
   environment->ending_ = true;
@@ -47,7 +47,8 @@ void Environment::CleanUp(void* self, void (*done)(void*), void* done_argument) 
   environment->done_argument_ = done_argument;
   environment->Hold();
   for (Closable* object = environment->objects_; object; object = object->next_) object->Silence();
-  for (AsyncJob* job = environment->jobs_; job; job = job->next) uv_cancel(reinterpret_cast<uv_req_t*>(&job->work));
+  for (AsyncJob* job = environment->jobs_; job; job = job->next)
+    uv_cancel(reinterpret_cast<uv_req_t*>(&job->work));
   if (!environment->jobs_) environment->ReleaseObjects();
   environment->Drop();
 }
@@ -66,8 +67,12 @@ void Environment::Drop() {
   done(argument);
 }
 
-void Environment::Add(Closable* object) { Link(object, objects_, &Closable::previous_, &Closable::next_); }
-void Environment::Remove(Closable* object) { Unlink(object, objects_, &Closable::previous_, &Closable::next_); }
+void Environment::Add(Closable* object) {
+  Link(object, objects_, &Closable::previous_, &Closable::next_);
+}
+void Environment::Remove(Closable* object) {
+  Unlink(object, objects_, &Closable::previous_, &Closable::next_);
+}
 
 void Environment::Add(AsyncJob* job) {
   Hold();

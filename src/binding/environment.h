@@ -1,5 +1,5 @@
-// What belongs to one loading of the add-on: the handles of its ModuleContext, its loop, and everything that must be
-// settled before the environment may end.
+// What belongs to one loading of the add-on: the handles of its ModuleContext, its loop, and everything that
+// must be settled before the environment may end.
 #pragma once
 
 #include <node.h>
@@ -15,8 +15,9 @@ namespace kiln {
 struct AsyncJob;
 class ReleaseQueue;
 
-// The record of an SDK object that must not outlive its environment: a renderer, a server. It adds itself when it is made
-// and removes itself when it is deleted. The two functions are called at the environment's end.
+// The record of an SDK object that must not outlive its environment: a renderer, a server. It adds itself
+// when it is made and removes itself when it is deleted. The two functions are called at the environment's
+// end.
 class Closable {
  public:
   // No event from here on: clears the callbacks, wakes the parked threads, asks the SDK to end its work.
@@ -63,8 +64,8 @@ class Environment : public ModuleContext {
   // Objects whose memory the SDK holds (kept_object.h); made with the first.
   std::shared_ptr<ReleaseQueue> release_queue;
 
-  // Renderers that want the SDK's windows served, and the timer that serves them (gui_pump.h). Teardown always counts
-  // down, whether or not the renderer counted up, so the count can fall below 0.
+  // Renderers that want the SDK's windows served, and the timer that serves them (gui_pump.h). Teardown
+  // always counts down, whether or not the renderer counted up, so the count can fall below 0.
   int32_t guiPumpUsers = 0;
   uv_timer_t* guiPumpTimer = nullptr;
 

@@ -13,13 +13,21 @@ void ThrowMade(v8::Isolate* isolate, const char* text, v8::Local<v8::Value> (*ma
 }
 
 // Exception::Error grew an options parameter; these have one signature on every V8.
-v8::Local<v8::Value> Error(v8::Local<v8::String> message) { return v8::Exception::Error(message); }
-v8::Local<v8::Value> TypeError(v8::Local<v8::String> message) { return v8::Exception::TypeError(message); }
+v8::Local<v8::Value> Error(v8::Local<v8::String> message) {
+  return v8::Exception::Error(message);
+}
+v8::Local<v8::Value> TypeError(v8::Local<v8::String> message) {
+  return v8::Exception::TypeError(message);
+}
 
 }  // namespace
 
-void ThrowError(v8::Isolate* isolate, const char* text) { ThrowMade(isolate, text, Error); }
-void ThrowTypeError(v8::Isolate* isolate, const char* text) { ThrowMade(isolate, text, TypeError); }
+void ThrowError(v8::Isolate* isolate, const char* text) {
+  ThrowMade(isolate, text, Error);
+}
+void ThrowTypeError(v8::Isolate* isolate, const char* text) {
+  ThrowMade(isolate, text, TypeError);
+}
 
 v8::MaybeLocal<v8::Value> MakeError(v8::Isolate* isolate, const char* text) {
   v8::Local<v8::String> message;

@@ -5,7 +5,8 @@
 namespace kiln {
 namespace {
 
-// The open ports of the process, for its exit. The mutex has no destructor to run before the exit handler does.
+// The open ports of the process, for its exit. The mutex has no destructor to run before the exit handler
+// does.
 constinit std::mutex ports_mutex;
 constinit EventPort* ports = nullptr;
 
@@ -56,7 +57,9 @@ void DeliverAndWait(EventPort* port) {
   uv_sem_wait(&port->done);
 }
 
-void PostDone(EventPort* port) { uv_sem_post(&port->done); }
+void PostDone(EventPort* port) {
+  uv_sem_post(&port->done);
+}
 
 void WakePort(EventPort* port) {
   port->closing.store(true);
@@ -68,6 +71,8 @@ void ClosePort(EventPort* port) {
   uv_close(reinterpret_cast<uv_handle_t*>(&port->async), Free);
 }
 
-void WakePortsAtExit() { std::atexit(WakeAllPorts); }
+void WakePortsAtExit() {
+  std::atexit(WakeAllPorts);
+}
 
 }  // namespace kiln

@@ -1,7 +1,8 @@
-// The hand-over of one SDK callback at a time from an SDK thread to the JavaScript thread: the SDK thread writes the
-// event, wakes the loop and stands still until the listeners have run.
+// The hand-over of one SDK callback at a time from an SDK thread to the JavaScript thread: the SDK thread
+// writes the event, wakes the loop and stands still until the listeners have run.
 //
-// There is no mutex: the SDK calls back one at a time per port, and uv_async_send and the semaphore order the accesses.
+// There is no mutex: the SDK calls back one at a time per port, and uv_async_send and the semaphore order the
+// accesses.
 #pragma once
 
 #include <uv.h>
@@ -29,19 +30,20 @@ struct EventPort {
 
 // JavaScript thread. The port's handle keeps the loop alive while it is open.
 void OpenPort(EventPort* port, Environment& environment, void* owner, uv_async_cb handler);
-// SDK thread: wakes the loop and waits until the handler, or a closing of the port, has posted. Returns at once when
-// the loop can't be woken.
+// SDK thread: wakes the loop and waits until the handler, or a closing of the port, has posted. Returns at
+// once when the loop can't be woken.
 void DeliverAndWait(EventPort* port);
 // JavaScript thread, at the end of the handler.
 void PostDone(EventPort* port);
 // Sets `closing` and lets a waiting SDK thread go; later callbacks return at once. Any thread.
 void WakePort(EventPort* port);
-// JavaScript thread. The port is freed on a later turn of the loop, so that a handler which is running may go on.
+// JavaScript thread. The port is freed on a later turn of the loop, so that a handler which is running may go
+// on.
 void ClosePort(EventPort* port);
 
-// Wakes every port of the process when it exits: clean-up hooks do not run on process.exit or after an uncaught
-// exception, and the SDK's own shutdown may wait for its threads. To be called after each load of the library, so that
-// it runs before the library's own exit handlers.
+// Wakes every port of the process when it exits: clean-up hooks do not run on process.exit or after an
+// uncaught exception, and the SDK's own shutdown may wait for its threads. To be called after each load of
+// the library, so that it runs before the library's own exit handlers.
 void WakePortsAtExit();
 
 // A port with room for an event behind its head.

@@ -12,11 +12,12 @@ struct KeptObject {
   v8::Global<v8::Object> object;
 };
 
-// Shared by the environment and by every cookie that is still out, so that a release which comes after the environment's
-// end finds it.
+// Shared by the environment and by every cookie that is still out, so that a release which comes after the
+// environment's end finds it.
 class ReleaseQueue : public std::enable_shared_from_this<ReleaseQueue> {
  public:
-  explicit ReleaseQueue(Environment& environment) : thread_(std::this_thread::get_id()), environment_(&environment) {
+  explicit ReleaseQueue(Environment& environment)
+      : thread_(std::this_thread::get_id()), environment_(&environment) {
     auto* async = new Wake{{}, this};
     uv_async_init(environment.loop(), &async->handle, OnWake);
     // Waiting for the SDK is no reason to keep the loop alive.
@@ -44,7 +45,8 @@ class ReleaseQueue : public std::enable_shared_from_this<ReleaseQueue> {
     }
   }
 
-  // The environment's end: every handle goes now, on its own thread; the cookies stay valid until they come back.
+  // The environment's end: every handle goes now, on its own thread; the cookies stay valid until they come
+  // back.
   void Close() {
     Drain();
     std::lock_guard lock(mutex_);

@@ -7,8 +7,8 @@
 namespace kiln {
 namespace {
 
-// A native data property without a setter becomes an ordinary one on the first write; one that swallows the write keeps
-// it what it is, in strict mode too.
+// A native data property without a setter becomes an ordinary one on the first write; one that swallows the
+// write keeps it what it is, in strict mode too.
 void IgnoreWrite(v8::Local<v8::Name>, v8::Local<v8::Value>, const SetterInfo&) {}
 
 }  // namespace
@@ -28,7 +28,8 @@ bool defineTemplateAccessor(v8::Isolate* isolate, v8::Local<v8::External> extern
   v8::Local<v8::String> name;
   if (!NewName(isolate, accessor.name).ToLocal(&name)) return false;
   target->SetNativeDataProperty(v8::Local<v8::Name>(name), accessor.getter,
-                                accessor.setter ? accessor.setter : IgnoreWrite, external, accessor.attributes);
+                                accessor.setter ? accessor.setter : IgnoreWrite, external,
+                                accessor.attributes);
   return true;
 }
 
@@ -53,8 +54,8 @@ bool defineFunction(v8::Isolate* isolate, v8::Local<v8::External> external, v8::
   return target->DefineOwnProperty(context, name, function, method.attributes).FromMaybe(false);
 }
 
-bool defineValue(v8::Isolate* isolate, v8::Local<v8::Object> target, const char* name, v8::Local<v8::Value> value,
-                 v8::PropertyAttribute attributes) {
+bool defineValue(v8::Isolate* isolate, v8::Local<v8::Object> target, const char* name,
+                 v8::Local<v8::Value> value, v8::PropertyAttribute attributes) {
   v8::Local<v8::String> key;
   if (!NewName(isolate, name).ToLocal(&key)) return false;
   return target->DefineOwnProperty(isolate->GetCurrentContext(), key, value, attributes).FromMaybe(false);
@@ -80,18 +81,19 @@ bool definePrototypeMethod(v8::Isolate* isolate, v8::Local<v8::External> externa
   return true;
 }
 
-void DefineMethods(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::FunctionTemplate> target,
-                   std::span<const Method> methods) {
+void DefineMethods(v8::Isolate* isolate, v8::Local<v8::External> external,
+                   v8::Local<v8::FunctionTemplate> target, std::span<const Method> methods) {
   for (const Method& method : methods) definePrototypeMethod(isolate, external, target, method);
 }
 
-void DefineAccessors(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::ObjectTemplate> target,
-                     std::span<const Accessor> accessors) {
+void DefineAccessors(v8::Isolate* isolate, v8::Local<v8::External> external,
+                     v8::Local<v8::ObjectTemplate> target, std::span<const Accessor> accessors) {
   for (const Accessor& accessor : accessors) defineTemplateAccessor(isolate, external, target, accessor);
 }
 
-v8::Local<v8::FunctionTemplate> NewClass(v8::Isolate* isolate, v8::Local<v8::External> external, const char* name,
-                                         v8::FunctionCallback constructor, int internal_fields) {
+v8::Local<v8::FunctionTemplate> NewClass(v8::Isolate* isolate, v8::Local<v8::External> external,
+                                         const char* name, v8::FunctionCallback constructor,
+                                         int internal_fields) {
   v8::Local<v8::FunctionTemplate> result = v8::FunctionTemplate::New(isolate, constructor, external);
   v8::Local<v8::String> class_name;
   if (NewName(isolate, name).ToLocal(&class_name)) result->SetClassName(class_name);

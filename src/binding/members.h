@@ -1,5 +1,5 @@
-// How a class face is registered: tables of members, and the helpers that give every member its attributes, its
-// callback data and, for methods, its signature.
+// How a class face is registered: tables of members, and the helpers that give every member its attributes,
+// its callback data and, for methods, its signature.
 #pragma once
 
 #include <node.h>
@@ -20,7 +20,8 @@ using Setter = void (*)(v8::Local<v8::Name>, v8::Local<v8::Value>, const SetterI
 
 inline constexpr auto kDontDelete = v8::DontDelete;
 inline constexpr auto kReadOnly = static_cast<v8::PropertyAttribute>(v8::ReadOnly | v8::DontDelete);
-inline constexpr auto kHidden = static_cast<v8::PropertyAttribute>(v8::ReadOnly | v8::DontEnum | v8::DontDelete);
+inline constexpr auto kHidden =
+    static_cast<v8::PropertyAttribute>(v8::ReadOnly | v8::DontEnum | v8::DontDelete);
 
 struct Method {
   const char* name;
@@ -35,8 +36,8 @@ struct Accessor {
   v8::PropertyAttribute attributes = kDontDelete;
 };
 
-// Each takes the isolate and the external of the ModuleContext, makes the name an internalized string, and reports
-// false when the string, or what it names, can't be made.
+// Each takes the isolate and the external of the ModuleContext, makes the name an internalized string, and
+// reports false when the string, or what it names, can't be made.
 bool defineAccessor(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object> target,
                     const Accessor& accessor);
 bool defineTemplateAccessor(v8::Isolate* isolate, v8::Local<v8::External> external,
@@ -46,8 +47,8 @@ bool defineStaticFunction(v8::Isolate* isolate, v8::Local<v8::External> external
                           v8::Local<v8::FunctionTemplate> target, const Method& method);
 bool defineFunction(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object> target,
                     const Method& method);
-bool defineValue(v8::Isolate* isolate, v8::Local<v8::Object> target, const char* name, v8::Local<v8::Value> value,
-                 v8::PropertyAttribute attributes = kReadOnly);
+bool defineValue(v8::Isolate* isolate, v8::Local<v8::Object> target, const char* name,
+                 v8::Local<v8::Value> value, v8::PropertyAttribute attributes = kReadOnly);
 // With the class's own signature, so that a foreign receiver is refused by V8 itself.
 bool definePrototypeMethodByKey(v8::Isolate* isolate, v8::Local<v8::External> external,
                                 v8::Local<v8::FunctionTemplate> target, v8::Local<v8::Name> key,
@@ -55,14 +56,15 @@ bool definePrototypeMethodByKey(v8::Isolate* isolate, v8::Local<v8::External> ex
 bool definePrototypeMethod(v8::Isolate* isolate, v8::Local<v8::External> external,
                            v8::Local<v8::FunctionTemplate> target, const Method& method);
 
-void DefineMethods(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::FunctionTemplate> target,
-                   std::span<const Method> methods);
-void DefineAccessors(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::ObjectTemplate> target,
-                     std::span<const Accessor> accessors);
+void DefineMethods(v8::Isolate* isolate, v8::Local<v8::External> external,
+                   v8::Local<v8::FunctionTemplate> target, std::span<const Method> methods);
+void DefineAccessors(v8::Isolate* isolate, v8::Local<v8::External> external,
+                     v8::Local<v8::ObjectTemplate> target, std::span<const Accessor> accessors);
 
 // A class: a named function template with a constructor and a number of internal fields.
-v8::Local<v8::FunctionTemplate> NewClass(v8::Isolate* isolate, v8::Local<v8::External> external, const char* name,
-                                         v8::FunctionCallback constructor, int internal_fields);
+v8::Local<v8::FunctionTemplate> NewClass(v8::Isolate* isolate, v8::Local<v8::External> external,
+                                         const char* name, v8::FunctionCallback constructor,
+                                         int internal_fields);
 // Sets the class's function of the current context on the exports, plainly.
 bool ExportClass(v8::Isolate* isolate, v8::Local<v8::Object> exports, const char* name,
                  v8::Local<v8::FunctionTemplate> target);
@@ -71,6 +73,8 @@ bool ExportClass(v8::Isolate* isolate, v8::Local<v8::Object> exports, const char
 void ConstructAgain(const Arguments& info, v8::Local<v8::FunctionTemplate> target);
 
 // A 64-bit count as JavaScript sees it. Exact up to 2^53.
-inline double NumberOf(uint64_t value) { return static_cast<double>(value); }
+inline double NumberOf(uint64_t value) {
+  return static_cast<double>(value);
+}
 
 }  // namespace kiln

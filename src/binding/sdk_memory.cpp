@@ -12,7 +12,9 @@ namespace kiln {
 namespace {
 
 // V8 calls it on a thread of its own, so it touches no V8 and the library is kept from going away meanwhile.
-void Delete(void* block, size_t /*size*/, void* /*data*/) { ReleaseBlock(block); }
+void Delete(void* block, size_t /*size*/, void* /*data*/) {
+  ReleaseBlock(block);
+}
 
 }  // namespace
 

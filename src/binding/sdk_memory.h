@@ -1,5 +1,5 @@
-// Memory of the SDK under JavaScript's buffers: adopted where the host allows it, copied where V8 has a sandbox. The one
-// place that decides which.
+// Memory of the SDK under JavaScript's buffers: adopted where the host allows it, copied where V8 has a
+// sandbox. The one place that decides which.
 #pragma once
 
 #include <v8.h>
@@ -8,13 +8,15 @@
 
 namespace kiln {
 
-// An ArrayBuffer over a block that the SDK handed over, which is given back when the buffer is collected or detached,
-// as long as the library is loaded. On failure the block is given back at once. The block may be null only with size 0.
+// An ArrayBuffer over a block that the SDK handed over, which is given back when the buffer is collected or
+// detached, as long as the library is loaded. On failure the block is given back at once. The block may be
+// null only with size 0.
 v8::MaybeLocal<v8::ArrayBuffer> AdoptBlock(v8::Isolate* isolate, void* block, size_t size);
 // The same as a Node Buffer.
 v8::MaybeLocal<v8::Object> AdoptBlockAsBuffer(v8::Isolate* isolate, void* block, size_t size);
 
-// Gives a block back to the SDK if the library is loaded; otherwise it is left alone. Null is allowed. Any thread.
+// Gives a block back to the SDK if the library is loaded; otherwise it is left alone. Null is allowed. Any
+// thread.
 void ReleaseBlock(void* block);
 
 }  // namespace kiln

@@ -8,7 +8,9 @@
 namespace kiln {
 namespace {
 
-char Lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+char Lower(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
 
 v8::MaybeLocal<v8::String> Make(v8::Isolate* isolate, std::string_view text, v8::NewStringType type) {
   if (text.size() > static_cast<size_t>(std::numeric_limits<int>::max())) return {};
@@ -17,7 +19,9 @@ v8::MaybeLocal<v8::String> Make(v8::Isolate* isolate, std::string_view text, v8:
 
 }  // namespace
 
-Text::Text(v8::Isolate* isolate, v8::Local<v8::String> text) { Assign(isolate, text); }
+Text::Text(v8::Isolate* isolate, v8::Local<v8::String> text) {
+  Assign(isolate, text);
+}
 
 bool Text::Read(v8::Local<v8::Context> context, v8::Local<v8::Value> value) {
   v8::Local<v8::String> text;
@@ -62,7 +66,8 @@ v8::MaybeLocal<v8::String> NewName(v8::Isolate* isolate, std::string_view text) 
 }
 
 bool EqualsIgnoringCase(std::string_view a, std::string_view b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) { return Lower(x) == Lower(y); });
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [](char x, char y) { return Lower(x) == Lower(y); });
 }
 
 }  // namespace kiln

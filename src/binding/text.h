@@ -33,7 +33,8 @@ class Text {
   char inline_[104] = {};
 };
 
-// The UTF-8 form as a string of our own, for what outlives the call. ToString; false leaves its exception pending.
+// The UTF-8 form as a string of our own, for what outlives the call. ToString; false leaves its exception
+// pending.
 bool ReadString(v8::Local<v8::Context> context, v8::Local<v8::Value> value, std::string* text);
 std::string StringOf(v8::Isolate* isolate, v8::Local<v8::String> text);
 

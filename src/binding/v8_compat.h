@@ -1,6 +1,6 @@
-// What changed between V8 9.4 (Node.js 16) and V8 14.6 (Node.js 26), as named functions with the reason for each.
-// Features are detected, not versions, because a host's V8 can differ from Node's at the same major; the version tests
-// that are left stand here and nowhere else.
+// What changed between V8 9.4 (Node.js 16) and V8 14.6 (Node.js 26), as named functions with the reason for
+// each. Features are detected, not versions, because a host's V8 can differ from Node's at the same major;
+// the version tests that are left stand here and nowhere else.
 #pragma once
 
 #include <node.h>
@@ -118,8 +118,8 @@ bool Detach(v8::Local<Buffer> buffer) {
   }
 }
 
-// The UTF-8 length in bytes, and the bytes without a terminator: the V2 names are the only ones from 14.x on. The class
-// is a parameter so that the names which an older V8 lacks are looked up only where they exist.
+// The UTF-8 length in bytes, and the bytes without a terminator: the V2 names are the only ones from 14.x on.
+// The class is a parameter so that the names which an older V8 lacks are looked up only where they exist.
 template <class String = v8::String>
 size_t Utf8Length(v8::Isolate* isolate, v8::Local<String> text) {
   if constexpr (requires { text->Utf8LengthV2(isolate); }) {

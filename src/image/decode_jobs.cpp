@@ -90,7 +90,8 @@ void CreateFromBufferSync(const Arguments& info) {
                                       RendererHandleOf(environment, info[2]));
   if (!image) return ThrowError(isolate, "Image decompression error");
   v8::Local<v8::Object> object;
-  if (wrapImageHandle(environment, image, -1, -1, nullptr).ToLocal(&object)) info.GetReturnValue().Set(object);
+  if (wrapImageHandle(environment, image, -1, -1, nullptr).ToLocal(&object))
+    info.GetReturnValue().Set(object);
 }
 
 }  // namespace kiln

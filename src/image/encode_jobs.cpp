@@ -21,28 +21,40 @@ struct Encoding {
   bool second = false;
   int32_t bit_depth = 0;
 
-  int32_t PngFlags() const { return (first ? KILN_PNG_FIRST_FLAG : 0) | (bit_depth == 16 ? KILN_PNG_16_BITS : 0); }
+  int32_t PngFlags() const {
+    return (first ? KILN_PNG_FIRST_FLAG : 0) | (bit_depth == 16 ? KILN_PNG_16_BITS : 0);
+  }
 };
 
 uint64_t EncodeToMemory(const Encoding& encoding, void** data) {
   const auto& [image, renderer, kind, first, second, bit_depth] = encoding;
   switch (kind) {
-    case ImageKind::kBmp: return sdk.KilnImage_convertToBmp(image, first, data, renderer, second);
-    case ImageKind::kPng: return sdk.KilnImage_compressToPng(image, encoding.PngFlags(), data, renderer);
-    case ImageKind::kJpeg: return sdk.KilnImage_compressToJpeg(image, first, data, renderer);
-    default: return 0;
+    case ImageKind::kBmp:
+      return sdk.KilnImage_convertToBmp(image, first, data, renderer, second);
+    case ImageKind::kPng:
+      return sdk.KilnImage_compressToPng(image, encoding.PngFlags(), data, renderer);
+    case ImageKind::kJpeg:
+      return sdk.KilnImage_compressToJpeg(image, first, data, renderer);
+    default:
+      return 0;
   }
 }
 
 int32_t EncodeToFile(const Encoding& encoding, const char* file) {
   const auto& [image, renderer, kind, first, second, bit_depth] = encoding;
   switch (kind) {
-    case ImageKind::kBmp: return sdk.KilnImage_SaveToBmpFile(image, first, file, renderer, second);
-    case ImageKind::kPng: return sdk.KilnImage_compressToPngFile(image, encoding.PngFlags(), file, renderer);
-    case ImageKind::kJpeg: return sdk.KilnImage_compressToJpegFile(image, first, file, renderer);
-    case ImageKind::kTiff: return sdk.KilnImage_SaveToTiffFile(image, file, renderer, bit_depth);
-    case ImageKind::kExr: return sdk.KilnImage_SaveToExrFile(image, file, renderer);
-    default: return 0;
+    case ImageKind::kBmp:
+      return sdk.KilnImage_SaveToBmpFile(image, first, file, renderer, second);
+    case ImageKind::kPng:
+      return sdk.KilnImage_compressToPngFile(image, encoding.PngFlags(), file, renderer);
+    case ImageKind::kJpeg:
+      return sdk.KilnImage_compressToJpegFile(image, first, file, renderer);
+    case ImageKind::kTiff:
+      return sdk.KilnImage_SaveToTiffFile(image, file, renderer, bit_depth);
+    case ImageKind::kExr:
+      return sdk.KilnImage_SaveToExrFile(image, file, renderer);
+    default:
+      return 0;
   }
 }
 
@@ -64,9 +76,14 @@ class EncodingReader {
           TakeFlag(&encoding_.first);
         }
         break;
-      case ImageKind::kJpeg: TakeNumber(&encoding_.first); break;
-      case ImageKind::kTiff: TakeNumber(&encoding_.bit_depth); break;
-      default: break;
+      case ImageKind::kJpeg:
+        TakeNumber(&encoding_.first);
+        break;
+      case ImageKind::kTiff:
+        TakeNumber(&encoding_.bit_depth);
+        break;
+      default:
+        break;
     }
     return next_;
   }
@@ -92,7 +109,8 @@ class EncodingReader {
   int next_;
 };
 
-// Looks through the arguments from `next` on: the last renderer and the last function win, all else is skipped.
+// Looks through the arguments from `next` on: the last renderer and the last function win, all else is
+// skipped.
 v8::Local<v8::Function> ScanRest(const Arguments& info, int next, KilnRendererHandle* renderer) {
   v8::Local<v8::Function> callback;
   for (int i = next; i < info.Length(); i++) {
@@ -136,9 +154,10 @@ int ReadSave(const Arguments& info, Encoding* encoding, std::string* file) {
   } else if (const size_t point = file->rfind('.'); point != std::string::npos) {
     encoding->kind = ImageKindOf(std::string_view(*file).substr(point + 1));
   } else {
-    ThrowTypeError(isolate,
-                   "Image type cannot be determined from file name. You can pass it as a second argument: 'bmp, 'png', "
-                   "'jpeg', 'tiff' or 'exr'");
+    ThrowTypeError(
+        isolate,
+        "Image type cannot be determined from file name. You can pass it as a second argument: 'bmp, 'png', "
+        "'jpeg', 'tiff' or 'exr'");
     return -1;
   }
   if (encoding->kind == ImageKind::kNone) {
@@ -200,7 +219,8 @@ void CompressSync(const Arguments& info) {
   operation.encoding.renderer = RendererHandleOf(EnvironmentOf(info), info[next]);
   operation.Run();
   v8::Local<v8::Object> buffer;
-  if (operation.size != 0 && AdoptBlockAsBuffer(info.GetIsolate(), operation.data, operation.size).ToLocal(&buffer)) {
+  if (operation.size != 0 &&
+      AdoptBlockAsBuffer(info.GetIsolate(), operation.data, operation.size).ToLocal(&buffer)) {
     info.GetReturnValue().Set(buffer);
   }
 }

@@ -10,9 +10,12 @@
 namespace kiln {
 namespace {
 
-v8::Local<v8::ArrayBuffer> BufferOf(v8::Local<v8::Value> array) { return array.As<v8::TypedArray>()->Buffer(); }
+v8::Local<v8::ArrayBuffer> BufferOf(v8::Local<v8::Value> array) {
+  return array.As<v8::TypedArray>()->Buffer();
+}
 
-// Holds the handle of an image whose memory JavaScript must not see; it goes with the array, or with the environment.
+// Holds the handle of an image whose memory JavaScript must not see; it goes with the array, or with the
+// environment.
 class HeldImage final : public Closable {
  public:
   HeldImage(Environment& environment, v8::Local<v8::Object> array, KilnImageHandle handle)
@@ -45,7 +48,9 @@ v8::Local<v8::Private> HolderKey(v8::Isolate* isolate) {
 HeldImage* HolderOf(v8::Local<v8::Value> array) {
   v8::Isolate* isolate = v8::Isolate::GetCurrent();
   v8::Local<v8::Value> holder;
-  if (!array.As<v8::Object>()->GetPrivate(isolate->GetCurrentContext(), HolderKey(isolate)).ToLocal(&holder) ||
+  if (!array.As<v8::Object>()
+           ->GetPrivate(isolate->GetCurrentContext(), HolderKey(isolate))
+           .ToLocal(&holder) ||
       !holder->IsExternal()) {
     return nullptr;
   }
@@ -56,7 +61,9 @@ bool HoldImage(Environment& environment, v8::Local<v8::Object> object, KilnImage
   v8::Isolate* isolate = environment.isolate();
   v8::Local<v8::Object> array = v8::Float32Array::New(v8::ArrayBuffer::New(isolate, 0), 0, 0);
   auto* holder = new HeldImage(environment, array, handle);
-  if (!array->SetPrivate(isolate->GetCurrentContext(), HolderKey(isolate), compat::NewExternal(isolate, holder))
+  if (!array
+           ->SetPrivate(isolate->GetCurrentContext(), HolderKey(isolate),
+                        compat::NewExternal(isolate, holder))
            .FromMaybe(false)) {
     holder->Release();
     return false;

@@ -106,7 +106,9 @@ void Construct(const Arguments& info) {
   if (StoreImage(environment, info.This(), handle)) info.GetReturnValue().Set(info.This());
 }
 
-void Close(const Arguments& info) { CloseImage(info.This()); }
+void Close(const Arguments& info) {
+  CloseImage(info.This());
+}
 
 constexpr Accessor kAccessors[] = {{"gamma", GetGamma, SetGamma}};
 
@@ -146,7 +148,8 @@ constexpr Method kStatics[] = {
 
 }  // namespace
 
-void RegisterKilnImage(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object> exports) {
+void RegisterKilnImage(v8::Isolate* isolate, v8::Local<v8::External> external,
+                       v8::Local<v8::Object> exports) {
   v8::Local<v8::FunctionTemplate> image = NewClass(isolate, external, "KilnImage", Construct, 1);
   DefineAccessors(isolate, external, image->InstanceTemplate(), kAccessors);
   DefineMethods(isolate, external, image, kMethods);
@@ -155,8 +158,8 @@ void RegisterKilnImage(v8::Isolate* isolate, v8::Local<v8::External> external, v
   ExportClass(isolate, exports, "KilnImage", image);
 }
 
-v8::MaybeLocal<v8::Object> wrapImageHandle(Environment& environment, KilnImageHandle handle, int32_t x, int32_t y,
-                                           const char* host) {
+v8::MaybeLocal<v8::Object> wrapImageHandle(Environment& environment, KilnImageHandle handle, int32_t x,
+                                           int32_t y, const char* host) {
   v8::Isolate* isolate = environment.isolate();
   v8::Local<v8::Context> context = isolate->GetCurrentContext();
   v8::Local<v8::Value> arguments[4] = {compat::NewExternal(isolate, handle), v8::Undefined(isolate),
@@ -197,7 +200,7 @@ ImageKind ImageKindOf(std::string_view name) {
   static constexpr struct {
     const char* name;
     ImageKind kind;
-  } kRows[] = {{"bmp", ImageKind::kBmp},   {"png", ImageKind::kPng},   {"jpg", ImageKind::kJpeg},
+  } kRows[] = {{"bmp", ImageKind::kBmp},   {"png", ImageKind::kPng},  {"jpg", ImageKind::kJpeg},
                {"jpeg", ImageKind::kJpeg}, {"tif", ImageKind::kTiff}, {"tiff", ImageKind::kTiff},
                {"exr", ImageKind::kExr}};
   for (const auto& row : kRows) {
@@ -208,10 +211,14 @@ ImageKind ImageKindOf(std::string_view name) {
 
 KilnImageHandle DecodeImage(ImageKind kind, const void* data, uint64_t size, void* renderer) {
   switch (kind) {
-    case ImageKind::kBmp: return sdk.KilnImage_createFromBmp(data, size, renderer);
-    case ImageKind::kPng: return sdk.KilnImage_createFromPng(data, size, renderer);
-    case ImageKind::kJpeg: return sdk.KilnImage_createFromJpeg(data, size, renderer);
-    default: return nullptr;
+    case ImageKind::kBmp:
+      return sdk.KilnImage_createFromBmp(data, size, renderer);
+    case ImageKind::kPng:
+      return sdk.KilnImage_createFromPng(data, size, renderer);
+    case ImageKind::kJpeg:
+      return sdk.KilnImage_createFromJpeg(data, size, renderer);
+    default:
+      return nullptr;
   }
 }
 

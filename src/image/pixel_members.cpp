@@ -61,7 +61,8 @@ int ReadKey(v8::Local<v8::Context> context, v8::Local<v8::Object> object, const 
             v8::Local<v8::Value>* value) {
   v8::Local<v8::String> name;
   bool has = false;
-  if (!NewName(v8::Isolate::GetCurrent(), key).ToLocal(&name) || !object->Has(context, name).To(&has)) return -1;
+  if (!NewName(v8::Isolate::GetCurrent(), key).ToLocal(&name) || !object->Has(context, name).To(&has))
+    return -1;
   if (!has) return 0;
   return object->Get(context, name).ToLocal(value) ? 1 : -1;
 }
@@ -92,9 +93,10 @@ struct IntListForm {
   int32_t type;
 };
 constexpr IntListForm kIntListForms[] = {
-    {"bgra", KILN_INTS_BGRA_BYTE},   {"bgra_byte", KILN_INTS_BGRA_BYTE},  {"rgba32", KILN_INTS_RGBA_FLOAT},
-    {"rgba_float", KILN_INTS_RGBA_FLOAT}, {"rgba16", KILN_INTS_RGBA_16}, {"rgba_16bit", KILN_INTS_RGBA_16},
-    {"bgr", KILN_INTS_BGR_BYTE},     {"bgr_byte", KILN_INTS_BGR_BYTE},
+    {"bgra", KILN_INTS_BGRA_BYTE},    {"bgra_byte", KILN_INTS_BGRA_BYTE},
+    {"rgba32", KILN_INTS_RGBA_FLOAT}, {"rgba_float", KILN_INTS_RGBA_FLOAT},
+    {"rgba16", KILN_INTS_RGBA_16},    {"rgba_16bit", KILN_INTS_RGBA_16},
+    {"bgr", KILN_INTS_BGR_BYTE},      {"bgr_byte", KILN_INTS_BGR_BYTE},
 };
 
 // False after throwing that the type is unknown.
@@ -110,18 +112,23 @@ bool ReadIntListType(const Arguments& info, int32_t* type) {
     }
   }
   if (*type >= 0) return true;
-  ThrowTypeError(isolate,
-                 "Unknown type. Supported types are 'bgra' ('bgra_byte') (default), 'bgr' ('bgr_byte'), 'rgba16' "
-                 "('rgba_16bit'), 'rgba32' ('rgba_float')");
+  ThrowTypeError(
+      isolate,
+      "Unknown type. Supported types are 'bgra' ('bgra_byte') (default), 'bgr' ('bgr_byte'), 'rgba16' "
+      "('rgba_16bit'), 'rgba32' ('rgba_float')");
   return false;
 }
 
 uint64_t IntListElements(int32_t type, uint64_t pixels) {
   switch (type) {
-    case KILN_INTS_RGBA_FLOAT: return pixels * 4;
-    case KILN_INTS_RGBA_16: return pixels * 2;
-    case KILN_INTS_BGR_BYTE: return ((pixels + 1) * 3) >> 2;
-    default: return pixels;
+    case KILN_INTS_RGBA_FLOAT:
+      return pixels * 4;
+    case KILN_INTS_RGBA_16:
+      return pixels * 2;
+    case KILN_INTS_BGR_BYTE:
+      return ((pixels + 1) * 3) >> 2;
+    default:
+      return pixels;
   }
 }
 
@@ -139,12 +146,19 @@ void SetGamma(v8::Local<v8::Name>, v8::Local<v8::Value> value, const SetterInfo&
   if (!image) return ThrowError(isolate, "This image is already closed.");
   double gamma = 0;
   if (!value->NumberValue(isolate->GetCurrentContext()).To(&gamma)) return;
-  if (sdk.KilnImage_setGamma(image, static_cast<float>(gamma)) == 0) ThrowError(isolate, "Wrong gamma value passed.");
+  if (sdk.KilnImage_setGamma(image, static_cast<float>(gamma)) == 0)
+    ThrowError(isolate, "Wrong gamma value passed.");
 }
 
-void ChangeExposure(const Arguments& info) { Change(info, &SdkTable::KilnImage_changeExposure); }
-void ChangeContrast(const Arguments& info) { Change(info, &SdkTable::KilnImage_changeContrast); }
-void ChangeGamma(const Arguments& info) { Change(info, &SdkTable::KilnImage_changeGamma); }
+void ChangeExposure(const Arguments& info) {
+  Change(info, &SdkTable::KilnImage_changeExposure);
+}
+void ChangeContrast(const Arguments& info) {
+  Change(info, &SdkTable::KilnImage_changeContrast);
+}
+void ChangeGamma(const Arguments& info) {
+  Change(info, &SdkTable::KilnImage_changeGamma);
+}
 
 void ChangeSRGB(const Arguments& info) {
   KilnImageHandle image = OpenImageOf(info);
@@ -187,7 +201,8 @@ void GetCropped(const Arguments& info) {
   v8::Isolate* isolate = info.GetIsolate();
   KilnImageHandle image = OpenImageOf(info);
   if (!image) return;
-  if (info.Length() < 4) return ThrowTypeError(isolate, "x and y coordinates, width and height should be passed");
+  if (info.Length() < 4)
+    return ThrowTypeError(isolate, "x and y coordinates, width and height should be passed");
   int32_t v[4];
   if (!ReadInts(info, v)) return;
   const auto [x, y, width, height] = v;
@@ -227,7 +242,8 @@ void ToBitmapData(const Arguments& info) {
     return;
   }
   void* data = nullptr;
-  const uint64_t size = sdk.KilnImage_toBitmapData(image, &data, options.flags, options.stride, options.alpha);
+  const uint64_t size =
+      sdk.KilnImage_toBitmapData(image, &data, options.flags, options.stride, options.alpha);
   v8::Local<v8::ArrayBuffer> memory;
   if (size == 0 || !AdoptBlock(isolate, data, size).ToLocal(&memory)) return;
   info.GetReturnValue().Set(v8::Uint8ClampedArray::New(memory, 0, size));
@@ -241,9 +257,11 @@ void ToIntList(const Arguments& info) {
   int32_t width = 0;
   int32_t height = 0;
   sdk.KilnImage_getSize(image, &width, &height);
-  const uint64_t elements = IntListElements(type, static_cast<uint64_t>(width) * static_cast<uint64_t>(height));
+  const uint64_t elements =
+      IntListElements(type, static_cast<uint64_t>(width) * static_cast<uint64_t>(height));
   v8::Local<v8::ArrayBuffer> memory = v8::ArrayBuffer::New(isolate, elements * sizeof(int32_t));
-  if (sdk.KilnImage_toIntList(image, memory->GetBackingStore()->Data(), memory->ByteLength(), type) != 0) return;
+  if (sdk.KilnImage_toIntList(image, memory->GetBackingStore()->Data(), memory->ByteLength(), type) != 0)
+    return;
   info.GetReturnValue().Set(v8::Int32Array::New(memory, 0, elements));
 }
 

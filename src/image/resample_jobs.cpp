@@ -1,5 +1,5 @@
-// Making a smaller or cut image of an image, as a job and at once. The two forms of the fitting members differ on
-// purpose: only the one that works at once tests the range.
+// Making a smaller or cut image of an image, as a job and at once. The two forms of the fitting members
+// differ on purpose: only the one that works at once tests the range.
 #include "binding/async_job.h"
 #include "binding/error.h"
 #include "binding/sdk_memory.h"
@@ -13,12 +13,14 @@ namespace {
 using ResampleFunction = KilnImageHandle (*SdkTable::*)(KilnImageHandle, int32_t, int32_t);
 
 constexpr char kNeedsCallback[] =
-    "Argument 0 (imageWidth: Integer), argument 1 (imageHeight: Integer) and argument 2 (callback function) should be "
+    "Argument 0 (imageWidth: Integer), argument 1 (imageHeight: Integer) and argument 2 (callback function) "
+    "should be "
     "passed";
 constexpr char kNeedsSize[] =
     "Argument 0 (imageWidth: Integer) and argument 1 (imageHeight: Integer) should be passed";
 constexpr char kNotDownscaled[] =
-    "Argument 0 (imageWidth: Integer) and argument 1 (imageHeight: Integer) must be greater than 0 but not greater than "
+    "Argument 0 (imageWidth: Integer) and argument 1 (imageHeight: Integer) must be greater than 0 but not "
+    "greater than "
     "the source image";
 constexpr char kNotPositive[] =
     "Argument 0 (imageWidth: Integer) and argument 1 (imageHeight: Integer) must be greater than 0";
@@ -135,21 +137,38 @@ bool ReadCropResample(const Arguments& info, const char* message, CropResampleJo
 
 }  // namespace
 
-void GetDownscaled(const Arguments& info) { Resample(info, &SdkTable::KilnImage_downscale, Limit::kSource); }
-void GetDownscaledSync(const Arguments& info) { ResampleSync(info, &SdkTable::KilnImage_downscale, Limit::kSource); }
-void GetFitIn(const Arguments& info) { Resample(info, &SdkTable::KilnImage_fitIn, Limit::kNone); }
-void GetFitInSync(const Arguments& info) { ResampleSync(info, &SdkTable::KilnImage_fitIn, Limit::kPositive); }
-void GetFitOut(const Arguments& info) { Resample(info, &SdkTable::KilnImage_fitOut, Limit::kNone); }
-void GetFitOutSync(const Arguments& info) { ResampleSync(info, &SdkTable::KilnImage_fitOut, Limit::kPositive); }
-void GetCutIn(const Arguments& info) { Resample(info, &SdkTable::KilnImage_cutIn, Limit::kNone); }
-void GetCutInSync(const Arguments& info) { ResampleSync(info, &SdkTable::KilnImage_cutIn, Limit::kPositive); }
+void GetDownscaled(const Arguments& info) {
+  Resample(info, &SdkTable::KilnImage_downscale, Limit::kSource);
+}
+void GetDownscaledSync(const Arguments& info) {
+  ResampleSync(info, &SdkTable::KilnImage_downscale, Limit::kSource);
+}
+void GetFitIn(const Arguments& info) {
+  Resample(info, &SdkTable::KilnImage_fitIn, Limit::kNone);
+}
+void GetFitInSync(const Arguments& info) {
+  ResampleSync(info, &SdkTable::KilnImage_fitIn, Limit::kPositive);
+}
+void GetFitOut(const Arguments& info) {
+  Resample(info, &SdkTable::KilnImage_fitOut, Limit::kNone);
+}
+void GetFitOutSync(const Arguments& info) {
+  ResampleSync(info, &SdkTable::KilnImage_fitOut, Limit::kPositive);
+}
+void GetCutIn(const Arguments& info) {
+  Resample(info, &SdkTable::KilnImage_cutIn, Limit::kNone);
+}
+void GetCutInSync(const Arguments& info) {
+  ResampleSync(info, &SdkTable::KilnImage_cutIn, Limit::kPositive);
+}
 
 void GetDownscaledCropped(const Arguments& info) {
   CropResampleJob job{};
-  if (ReadCropResample(info,
-                       "Source image region x, y, width and height, destination image desired width and height and a "
-                       "callback function should be passed",
-                       &job)) {
+  if (ReadCropResample(
+          info,
+          "Source image region x, y, width and height, destination image desired width and height and a "
+          "callback function should be passed",
+          &job)) {
     Queue(info, CallbackAt(info, 6), std::move(job));
   }
 }
@@ -157,10 +176,11 @@ void GetDownscaledCropped(const Arguments& info) {
 // Asks for the function too, though it never calls it.
 void GetDownscaledCroppedSync(const Arguments& info) {
   CropResampleJob job{};
-  if (!ReadCropResample(info,
-                        "Source image region x, y, width and height, destination image desired width and height should "
-                        "be passed",
-                        &job)) {
+  if (!ReadCropResample(
+          info,
+          "Source image region x, y, width and height, destination image desired width and height should "
+          "be passed",
+          &job)) {
     return;
   }
   job.Run();

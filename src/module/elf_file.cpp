@@ -14,7 +14,8 @@ namespace {
 
 class File {
  public:
-  explicit File(const std::string& path) : descriptor_(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
+  explicit File(const std::string& path)
+      : descriptor_(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
     struct stat info {};
     if (descriptor_ < 0 || fstat(descriptor_, &info) != 0) {
       error_ = errno;
@@ -55,7 +56,8 @@ class File {
 // Where an address of the loaded library stands in the file.
 std::optional<uint64_t> FileOffset(const std::vector<Elf64_Phdr>& segments, uint64_t address) {
   for (const Elf64_Phdr& segment : segments) {
-    if (segment.p_type == PT_LOAD && address >= segment.p_vaddr && address - segment.p_vaddr < segment.p_filesz) {
+    if (segment.p_type == PT_LOAD && address >= segment.p_vaddr &&
+        address - segment.p_vaddr < segment.p_filesz) {
       return segment.p_offset + (address - segment.p_vaddr);
     }
   }

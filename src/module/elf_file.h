@@ -11,8 +11,8 @@ struct ElfFile {
   std::vector<std::string> needed;  // the libraries that it names
 };
 
-// Reads the headers and checks that every segment lies inside the file: the system's loader maps a truncated file without
-// complaint and raises SIGBUS when it touches the missing part.
+// Reads the headers and checks that every segment lies inside the file: the system's loader maps a truncated
+// file without complaint and raises SIGBUS when it touches the missing part.
 ElfFile InspectElfFile(const std::string& path);
 
 }  // namespace kiln

@@ -75,8 +75,12 @@ constexpr Method kMethods[] = {
 
 const std::span<const Method> kLibraryFunctions = kMethods;
 
-SdkLoadLock::SdkLoadLock() { uv_mutex_lock(&sdkLoadLock.mutex); }
-SdkLoadLock::~SdkLoadLock() { uv_mutex_unlock(&sdkLoadLock.mutex); }
+SdkLoadLock::SdkLoadLock() {
+  uv_mutex_lock(&sdkLoadLock.mutex);
+}
+SdkLoadLock::~SdkLoadLock() {
+  uv_mutex_unlock(&sdkLoadLock.mutex);
+}
 
 bool EnsureBound(v8::Isolate* isolate) {
   if (SdkEnsureBound() == 0) return true;

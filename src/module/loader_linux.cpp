@@ -42,8 +42,8 @@ std::string FindByName(const std::string& name) {
   return found;
 }
 
-// Opens the libraries that a file names and that lie beside it, deepest first, so that its own names resolve to them.
-// The handles are the caller's. Stops with last_failure set at a neighbour that can't be loaded.
+// Opens the libraries that a file names and that lie beside it, deepest first, so that its own names resolve
+// to them. The handles are the caller's. Stops with last_failure set at a neighbour that can't be loaded.
 void OpenNeighbours(const ElfFile& file, const std::string& directory, std::set<std::string>& seen,
                     std::vector<void*>& handles) {
   for (const std::string& name : file.needed) {
@@ -85,7 +85,9 @@ void* Open(const std::string& path) {
   return library;
 }
 
-void Close(void* library) { dlclose(library); }
+void Close(void* library) {
+  dlclose(library);
+}
 
 void* Symbol(void* library, const char* name) {
   void* address = dlsym(library, name);
@@ -102,7 +104,9 @@ std::string ModulePath(void* library) {
   return map->l_name;
 }
 
-std::string LastFailure() { return last_failure; }
+std::string LastFailure() {
+  return last_failure;
+}
 
 bool ReadVariable(const char* name, std::string* value) {
   const char* text = std::getenv(name);

@@ -31,7 +31,9 @@ void* Open(const std::string& path) {
   return library;
 }
 
-void Close(void* library) { dlclose(library); }
+void Close(void* library) {
+  dlclose(library);
+}
 
 void* Symbol(void* library, const char* name) {
   void* address = dlsym(library, name);
@@ -51,7 +53,9 @@ std::string ModulePath(void* library) {
   return {};
 }
 
-std::string LastFailure() { return last_failure; }
+std::string LastFailure() {
+  return last_failure;
+}
 
 bool ReadVariable(const char* name, std::string* value) {
   const char* text = std::getenv(name);

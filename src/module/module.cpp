@@ -1,4 +1,5 @@
-// The module entry. Read from top to bottom it shows what the exports hold, in the order in which they are defined.
+// The module entry. Read from top to bottom it shows what the exports hold, in the order in which they are
+// defined.
 #include "module/module.h"
 
 #include <node.h>
@@ -42,9 +43,15 @@ struct Constant {
   int32_t value;
 };
 constexpr Constant kConstants[] = {
-    {"LOGLEVEL_ERROR", 0},         {"LOGLEVEL_WARNING", 1},           {"LOGLEVEL_INFO", 2},
-    {"LOGLEVEL_DEBUG", 3},         {"RENDER_PASS_FINAL", 0},          {"RENDER_PASS_LIGHT_CACHE", 1},
-    {"RENDER_PASS_IRRADIANCE_MAP", 2}, {"PROFILER_MODE_OFF", 0},      {"PROFILER_MODE_SIMPLE", 1},
+    {"LOGLEVEL_ERROR", 0},
+    {"LOGLEVEL_WARNING", 1},
+    {"LOGLEVEL_INFO", 2},
+    {"LOGLEVEL_DEBUG", 3},
+    {"RENDER_PASS_FINAL", 0},
+    {"RENDER_PASS_LIGHT_CACHE", 1},
+    {"RENDER_PASS_IRRADIANCE_MAP", 2},
+    {"PROFILER_MODE_OFF", 0},
+    {"PROFILER_MODE_SIMPLE", 1},
     {"PROFILER_MODE_FULL", 2},
 };
 
@@ -54,8 +61,8 @@ constexpr void (*kClasses[])(v8::Isolate*, v8::Local<v8::External>, v8::Local<v8
     RegisterKilnImage,
 };
 
-// The environment's library first, then the bin directory of the SDK's root, then the system's own search. What comes of
-// it is asked for later: a missing library never fails the load of the add-on.
+// The environment's library first, then the bin directory of the SDK's root, then the system's own search.
+// What comes of it is asked for later: a missing library never fails the load of the add-on.
 void FindLibrary() {
   SdkLoadLock lock;
   if (SdkIsLoaded()) return;
@@ -70,7 +77,9 @@ void DefineStringify(v8::Isolate* isolate, Environment& environment, v8::Local<v
   v8::Local<v8::String> name;
   v8::Local<v8::Function> function;
   if (!NewName(isolate, "stringify").ToLocal(&name)) return;
-  if (!v8::FunctionTemplate::New(isolate, Stringify, environment.external())->GetFunction(context).ToLocal(&function)) {
+  if (!v8::FunctionTemplate::New(isolate, Stringify, environment.external())
+           ->GetFunction(context)
+           .ToLocal(&function)) {
     return;
   }
   function->SetName(name);
@@ -82,7 +91,8 @@ void DefineLanguage(v8::Isolate* isolate, v8::Local<v8::Object> exports) {
   v8::Local<v8::Object> language = v8::Object::New(isolate);
   defineValue(isolate, language, "EN_US", v8::String::NewFromUtf8Literal(isolate, "en-US"));
   defineValue(isolate, language, "ZH_CN", v8::String::NewFromUtf8Literal(isolate, "zh-CN"));
-  (void)exports->Set(isolate->GetCurrentContext(), v8::String::NewFromUtf8Literal(isolate, "Language"), language)
+  (void)exports
+      ->Set(isolate->GetCurrentContext(), v8::String::NewFromUtf8Literal(isolate, "Language"), language)
       .FromMaybe(false);
 }
 

@@ -11,8 +11,8 @@
 
 namespace kiln {
 
-// Serialises the loads and unloads of module entry, setSDKLibraryPath and close. Lives from static initialisation to
-// process exit.
+// Serialises the loads and unloads of module entry, setSDKLibraryPath and close. Lives from static
+// initialisation to process exit.
 class SdkLoadLock {
  public:
   SdkLoadLock();
@@ -26,12 +26,13 @@ extern std::atomic<int32_t> liveObjectCounter;
 // A renderer that is created while it is set joins the GUI pump.
 extern bool frameBufferEnabled;
 
-// Runs SdkEnsureBound, as every way in that needs no existing object does first; false after throwing the error text.
+// Runs SdkEnsureBound, as every way in that needs no existing object does first; false after throwing the
+// error text.
 bool EnsureBound(v8::Isolate* isolate);
 
 // The handlers of exports, one table per file.
-extern const std::span<const Method> kLibraryFunctions;   // library_functions.cpp
-void EnableFrameBuffer(const Arguments& info);            // module_functions.cpp
+extern const std::span<const Method> kLibraryFunctions;  // library_functions.cpp
+void EnableFrameBuffer(const Arguments& info);           // module_functions.cpp
 void CloseLibrary(const Arguments& info);
 void SetProcessPriority(const Arguments& info);
 void SetNumaNode(const Arguments& info);
@@ -42,6 +43,6 @@ void GetKilnVersion(const Arguments& info);
 void GetKilnVersionDetails(const Arguments& info);
 void GetMaterialLibraryPath(const Arguments& info);
 void IsDR2(const Arguments& info);
-void Stringify(const Arguments& info);                    // stringify.cpp
+void Stringify(const Arguments& info);  // stringify.cpp
 
 }  // namespace kiln

@@ -71,23 +71,26 @@ void GetEnvVar(const Arguments& info) {
     return ThrowError(isolate, "Error: required 1 string argument, the environment variable name");
   }
   Text name;
-  if (name.Read(isolate->GetCurrentContext(), info[0])) ReturnText(info, sdk.Kiln_getEnvironmentVariable(name.c_str()));
+  if (name.Read(isolate->GetCurrentContext(), info[0]))
+    ReturnText(info, sdk.Kiln_getEnvironmentVariable(name.c_str()));
 }
 
 void SetEnvVar(const Arguments& info) {
   v8::Isolate* isolate = info.GetIsolate();
   if (!EnsureBound(isolate)) return;
   if (info.Length() < 2 || info[0]->IsNullOrUndefined()) {
-    return ThrowError(isolate,
-                      "Error: required 1 or 2 string arguments, the environment variable name and optionally its new "
-                      "value");
+    return ThrowError(
+        isolate,
+        "Error: required 1 or 2 string arguments, the environment variable name and optionally its new "
+        "value");
   }
   v8::Local<v8::Context> context = isolate->GetCurrentContext();
   Text name;
   Text value;
   if (!name.Read(context, info[0])) return;
   const bool has_value = !info[1]->IsNullOrUndefined() && value.Read(context, info[1]);
-  info.GetReturnValue().Set(sdk.Kiln_setEnvironmentVariable(name.c_str(), has_value ? value.c_str() : nullptr) == 0);
+  info.GetReturnValue().Set(
+      sdk.Kiln_setEnvironmentVariable(name.c_str(), has_value ? value.c_str() : nullptr) == 0);
 }
 
 void SetProcessPriority(const Arguments& info) {
@@ -100,8 +103,8 @@ void SetProcessPriority(const Arguments& info) {
   };
   // The names are shifted against the system's own.
   static constexpr Row kRows[] = {
-      {"idle", process::Priority::kIdle},        {"low", process::Priority::kBelowNormal},
-      {"normal", process::Priority::kNormal},    {"high", process::Priority::kAboveNormal},
+      {"idle", process::Priority::kIdle},     {"low", process::Priority::kBelowNormal},
+      {"normal", process::Priority::kNormal}, {"high", process::Priority::kAboveNormal},
       {"highest", process::Priority::kHigh},
   };
   bool done = false;

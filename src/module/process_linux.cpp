@@ -14,11 +14,16 @@ namespace {
 
 int Nice(Priority priority) {
   switch (priority) {
-    case Priority::kIdle: return 19;
-    case Priority::kBelowNormal: return 10;
-    case Priority::kNormal: return 0;
-    case Priority::kAboveNormal: return -5;
-    case Priority::kHigh: return -10;
+    case Priority::kIdle:
+      return 19;
+    case Priority::kBelowNormal:
+      return 10;
+    case Priority::kNormal:
+      return 0;
+    case Priority::kAboveNormal:
+      return -5;
+    case Priority::kHigh:
+      return -10;
   }
   return 0;
 }
@@ -47,7 +52,8 @@ bool SetPriority(int32_t pid, Priority priority) {
 
 bool SetNumaNode(int32_t pid, uint8_t node) {
   cpu_set_t processors;
-  return pid >= 0 && ReadProcessors(node, &processors) && sched_setaffinity(pid, sizeof(processors), &processors) == 0;
+  return pid >= 0 && ReadProcessors(node, &processors) &&
+         sched_setaffinity(pid, sizeof(processors), &processors) == 0;
 }
 
 }  // namespace kiln::process

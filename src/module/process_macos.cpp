@@ -13,6 +13,8 @@ bool SetPriority(int32_t pid, Priority priority) {
   return true;
 }
 
-bool SetNumaNode(int32_t, uint8_t) { return false; }
+bool SetNumaNode(int32_t, uint8_t) {
+  return false;
+}
 
 }  // namespace kiln::process

@@ -12,7 +12,8 @@ void (*SdkAfterLoad)() = nullptr;
 
 namespace {
 
-// Plain module variables: they live as long as the process, and so may the state of a library that nobody unloads.
+// Plain module variables: they live as long as the process, and so may the state of a library that nobody
+// unloads.
 std::atomic<void*> library{nullptr};
 SdkBindState state = SdkUnbound;
 std::string path;  // sdkLibraryPath
@@ -31,7 +32,8 @@ void SetErrorText(const char* text, int result) {
   error_text += ' ';
   if (result > 0) error_text += std::to_string(result) + ". ";
   if (result != 0) {
-    if (const std::string failure = loader::LastFailure(); !failure.empty()) error_text += "[" + failure + "] ";
+    if (const std::string failure = loader::LastFailure(); !failure.empty())
+      error_text += "[" + failure + "] ";
   }
   std::string name = library ? loader::ModulePath(library) : std::string();
   if (name.empty()) name = path.empty() ? std::string(loader::kDefaultName) : path;
@@ -48,11 +50,21 @@ void KeepMissingName(const char* name) {
 
 }  // namespace
 
-SdkBindState SdkState() { return state; }
-bool SdkIsLoaded() { return library != nullptr; }
-const std::string& SdkErrorText() { return error_text; }
-const std::vector<const char*>& SdkMissingNames() { return missing_names; }
-const std::string& SdkPath() { return path; }
+SdkBindState SdkState() {
+  return state;
+}
+bool SdkIsLoaded() {
+  return library != nullptr;
+}
+const std::string& SdkErrorText() {
+  return error_text;
+}
+const std::vector<const char*>& SdkMissingNames() {
+  return missing_names;
+}
+const std::string& SdkPath() {
+  return path;
+}
 
 int SdkLoad() {
   missing_names.clear();
@@ -64,8 +76,8 @@ int SdkLoad() {
     return -1;
   }
   if (SdkAfterLoad) SdkAfterLoad();
-  const int missing =
-      Sweep(sdk, [](const char* name) { return loader::Symbol(library, name); }, KeepMissingName);
+  const int missing = Sweep(
+      sdk, [](const char* name) { return loader::Symbol(library, name); }, KeepMissingName);
   sdk.Kiln_incrementModuleReferenceCounter();
   if (missing == 0) state = SdkBound;
   SetErrorText(missing == 0 ? "SDK library loaded correctly"
@@ -82,7 +94,9 @@ void SdkUnload(bool forget_path) {
   state = SdkUnbound;
 }
 
-int SdkEnsureBound() { return state == SdkUnbound ? SdkLoad() : 0; }
+int SdkEnsureBound() {
+  return state == SdkUnbound ? SdkLoad() : 0;
+}
 
 void SdkSetDirectory(const char* directory, bool add_bin) {
   path.clear();
@@ -99,7 +113,9 @@ bool SdkSetDirectoryFromEnvironment(const char* variable, bool add_bin) {
   return true;
 }
 
-void SdkLoadLater() { state = SdkUnbound; }
+void SdkLoadLater() {
+  state = SdkUnbound;
+}
 void SdkForce() {
   if (state == SdkUnbound) state = SdkForced;
 }

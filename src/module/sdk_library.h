@@ -1,5 +1,5 @@
-// Finds, loads, binds and unloads the SDK library. Process-wide state; JavaScript thread unless a comment says otherwise.
-// Knows neither V8 nor libuv, so that it is tested as plain C++ on every platform.
+// Finds, loads, binds and unloads the SDK library. Process-wide state; JavaScript thread unless a comment
+// says otherwise. Knows neither V8 nor libuv, so that it is tested as plain C++ on every platform.
 #pragma once
 
 #include <cstdint>
@@ -18,8 +18,8 @@ enum SdkBindState : int32_t {
 };
 SdkBindState SdkState();
 
-// Loads the library and fills the table: 0 when all names were bound, the count of the missing ones, or -1 when the
-// library could not be loaded. A library that is held is released first.
+// Loads the library and fills the table: 0 when all names were bound, the count of the missing ones, or -1
+// when the library could not be loaded. A library that is held is released first.
 int SdkLoad();
 // Called after every successful load.
 extern void (*SdkAfterLoad)();
@@ -34,8 +34,8 @@ const std::string& SdkErrorText();
 // The names that the last sweep did not find, in sweep order. They are static texts.
 const std::vector<const char*>& SdkMissingNames();
 
-// Makes a directory the library's; with the bin step, the `bin` directory below it. Null clears it, as does a text of
-// nothing but separators, and the next load takes the default.
+// Makes a directory the library's; with the bin step, the `bin` directory below it. Null clears it, as does a
+// text of nothing but separators, and the next load takes the default.
 void SdkSetDirectory(const char* directory, bool add_bin);
 // The same from an environment variable; false when it is not set.
 bool SdkSetDirectoryFromEnvironment(const char* variable, bool add_bin);
@@ -46,7 +46,8 @@ void SdkLoadLater();
 // Turns SdkUnbound into SdkForced: the caller accepts what the last load gave.
 void SdkForce();
 
-// Keeps the library from being unloaded while it exists, and tells whether it is loaded. Any thread; not nested.
+// Keeps the library from being unloaded while it exists, and tells whether it is loaded. Any thread; not
+// nested.
 class SdkUse {
  public:
   SdkUse();

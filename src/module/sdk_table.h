@@ -15,8 +15,8 @@
 
 namespace kiln {
 
-// One slot per entry point, in sweep order. A slot is never cleared: before the first load, and after an unload, calling
-// through it is what SdkEnsureBound keeps handlers from doing.
+// One slot per entry point, in sweep order. A slot is never cleared: before the first load, and after an
+// unload, calling through it is what SdkEnsureBound keeps handlers from doing.
 struct SdkTable {
 #define KILN_ENTRY(family, result, name, parameters) result(*name) parameters = nullptr;
 #include "entry_points.def"
@@ -30,7 +30,7 @@ Result sdkMissingStub(Parameters...) {
 
 struct EntryPoint {
   const char* name;
-  size_t offset;                // of its slot in the SdkTable
+  size_t offset;                 // of its slot in the SdkTable
   void (*bind_stub)(SdkTable&);  // puts the stub of its own signature into the slot
 };
 
@@ -50,8 +50,8 @@ inline constexpr size_t kEntryPointCount = sizeof(kEntryPoints) / sizeof(kEntryP
 static_assert(sizeof(SdkTable) == kEntryPointCount * sizeof(void*));
 static_assert(kEntryPointCount == 341);
 
-// Fills every slot. lookup(name) answers an address or null; missing(name) is told of each name without one, in order.
-// Returns their count.
+// Fills every slot. lookup(name) answers an address or null; missing(name) is told of each name without one,
+// in order. Returns their count.
 template <class Lookup, class Missing>
 int Sweep(SdkTable& table, Lookup&& lookup, Missing&& missing) {
   int count = 0;

@@ -10,8 +10,8 @@
 namespace kiln {
 namespace {
 
-// Each element goes through the exported function again, with the receiver, the extra arguments and the count of this
-// call. False leaves an exception pending.
+// Each element goes through the exported function again, with the receiver, the extra arguments and the count
+// of this call. False leaves an exception pending.
 bool AppendElement(const Arguments& info, v8::Local<v8::Function> stringify, v8::Local<v8::Array> array,
                    uint32_t index, std::string* text) {
   v8::Isolate* isolate = info.GetIsolate();

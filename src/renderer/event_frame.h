@@ -22,8 +22,9 @@ struct EventScope {
   }
 };
 
-// Runs body(scope) unless the port is closing, then clean_up() in any case, hands what a listener threw to the host, and then lets the SDK thread go
-// on: in this order, so that the exception has been dealt with when the SDK continues.
+// Runs body(scope) unless the port is closing, then clean_up() in any case, hands what a listener threw to
+// the host, and then lets the SDK thread go on: in this order, so that the exception has been dealt with when
+// the SDK continues.
 template <class Body, class CleanUp>
 void HandleEvent(EventPort* port, Body&& body, CleanUp&& clean_up) {
   v8::Isolate* isolate = port->isolate;

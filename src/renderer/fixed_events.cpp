@@ -63,12 +63,14 @@ void EmitUpload(const EventScope& scope, UploadEvent& event) {
 
 void OnContextMenuEvent(uv_async_t* async) {
   auto* port = static_cast<PortOf<ContextMenuEvent>*>(EventPort::From(async));
-  HandleEvent(port, [port](const EventScope& scope) { EmitContextMenu(scope, port->event); }, [] {});
+  HandleEvent(
+      port, [port](const EventScope& scope) { EmitContextMenu(scope, port->event); }, [] {});
 }
 
 void OnUploadEvent(uv_async_t* async) {
   auto* port = static_cast<PortOf<UploadEvent>*>(EventPort::From(async));
-  HandleEvent(port, [port](const EventScope& scope) { EmitUpload(scope, port->event); }, [] {});
+  HandleEvent(
+      port, [port](const EventScope& scope) { EmitUpload(scope, port->event); }, [] {});
 }
 
 void RegisterFixedCallbacks(RendererWrapper& wrapper) {
@@ -100,7 +102,7 @@ void ClearCallbacks(KilnRendererHandle renderer) {
 
 const char* StateText(int32_t state) {
   static constexpr const char* kTexts[] = {
-      "fatalError", "idleInitialized", "idleStopped", "idleError",        "idleFrameDone",
+      "fatalError", "idleInitialized", "idleStopped", "idleError",       "idleFrameDone",
       "idleDone",   "preparing",       "rendering",   "renderingPaused", "renderingAwaitingChanges"};
   const int64_t index = int64_t{state} + 1;
   return index >= 0 && index < static_cast<int64_t>(std::size(kTexts)) ? kTexts[index] : nullptr;

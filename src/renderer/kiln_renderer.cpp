@@ -15,7 +15,8 @@ namespace kiln {
 namespace {
 
 const char* CreationError(uint64_t code) {
-  const char* text = code == 0 ? nullptr : sdk.Kiln_getErrorTextStringFromErrorCode(static_cast<int32_t>(code));
+  const char* text =
+      code == 0 ? nullptr : sdk.Kiln_getErrorTextStringFromErrorCode(static_cast<int32_t>(code));
   return text ? text : "Instantiation error.";
 }
 
@@ -45,7 +46,8 @@ void Construct(const Arguments& info) {
   info.GetReturnValue().Set(info.This());
 }
 
-// create, on the pool. The instance takes a reference of its own, so that of create is given back in every case.
+// create, on the pool. The instance takes a reference of its own, so that of create is given back in every
+// case.
 struct CreateRenderer {
   std::unique_ptr<RendererOptions> options;  // null: the SDK's own
   KilnRendererHandle handle = nullptr;
@@ -126,13 +128,15 @@ KilnRendererHandle RendererHandleOf(Environment& environment, v8::Local<v8::Valu
   return WrapperOf(value.As<v8::Object>()).renderer;
 }
 
-void RegisterKilnRenderer(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object> exports) {
+void RegisterKilnRenderer(v8::Isolate* isolate, v8::Local<v8::External> external,
+                          v8::Local<v8::Object> exports) {
   v8::Local<v8::FunctionTemplate> renderer = NewClass(isolate, external, "KilnRenderer", Construct, 1);
   DefineAccessors(isolate, external, renderer->InstanceTemplate(), kRendererAccessors);
   DefineMethods(isolate, external, renderer, kMethods);
   v8::Local<v8::String> key;
   if (NewName(isolate, "kiln.KilnRenderer.@callbackSettersInternalHelper").ToLocal(&key)) {
-    definePrototypeMethodByKey(isolate, external, renderer, v8::Symbol::For(isolate, key), SwitchCallback, kHidden);
+    definePrototypeMethodByKey(isolate, external, renderer, v8::Symbol::For(isolate, key), SwitchCallback,
+                               kHidden);
   }
   Environment::Of(external).rendererTemplate.Reset(isolate, renderer);
   ExportClass(isolate, exports, "KilnRenderer", renderer);

@@ -9,7 +9,8 @@
 
 namespace kiln {
 
-void RegisterKilnRenderer(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object> exports);
+void RegisterKilnRenderer(v8::Isolate* isolate, v8::Local<v8::External> external,
+                          v8::Local<v8::Object> exports);
 // createKilnRenderer([options,] callback).
 void CreateKilnRenderer(const Arguments& info);
 

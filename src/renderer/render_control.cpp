@@ -1,5 +1,5 @@
-// Running a render and taking pictures of it. What blocks the JavaScript thread is each member's own decision: the forms
-// with a callback never do.
+// Running a render and taking pictures of it. What blocks the JavaScript thread is each member's own
+// decision: the forms with a callback never do.
 #include "binding/async_job.h"
 #include "binding/error.h"
 #include "binding/text.h"
@@ -17,7 +17,8 @@ struct StartRender {
   void Run() { result = sdk.Kiln_KilnRenderer_startSync(renderer); }
   int Finish(Environment& environment, v8::Local<v8::Value>* arguments) {
     return FinishWithStatus(environment, result == 0,
-                            "The preparation for rendering failed; lastError of the renderer says why.", arguments);
+                            "The preparation for rendering failed; lastError of the renderer says why.",
+                            arguments);
   }
 };
 
@@ -41,8 +42,8 @@ struct WaitForEnd {
   }
 };
 
-// The callback may stand in either place. The timeout is read from argument 0 whichever of the two is the number, so a
-// timeout behind the callback reads as what a function converts to.
+// The callback may stand in either place. The timeout is read from argument 0 whichever of the two is the
+// number, so a timeout behind the callback reads as what a function converts to.
 void WaitOnPool(const Arguments& info, WaitFunction function) {
   v8::Isolate* isolate = info.GetIsolate();
   v8::Local<v8::Function> callback = CallbackAt(info, info[0]->IsFunction() ? 0 : 1);
@@ -114,7 +115,9 @@ void Stop(const Arguments& info) {
   }
 }
 
-void WaitForRenderEnd(const Arguments& info) { WaitOnPool(info, &SdkTable::Kiln_KilnRenderer_waitRenderEnd); }
+void WaitForRenderEnd(const Arguments& info) {
+  WaitOnPool(info, &SdkTable::Kiln_KilnRenderer_waitRenderEnd);
+}
 
 void Commit(const Arguments& info) {
   info.GetReturnValue().Set(NumberOf(sdk.Kiln_KilnRenderer_commit(RendererOf(info).renderer, 0)));

@@ -58,7 +58,9 @@ void StoreBucket(const Bucket& record, RendererEvent& event) {
   event.text = record.host;
   event.extra = record.extra;
 }
-void Store(const KilnBucketEvent& record, RendererEvent& event) { StoreBucket(record, event); }
+void Store(const KilnBucketEvent& record, RendererEvent& event) {
+  StoreBucket(record, event);
+}
 void Store(const KilnBucketReadyEvent& record, RendererEvent& event) {
   StoreBucket(record, event);
   event.image = record.image;
@@ -72,8 +74,12 @@ void Store(const KilnProgressEvent& record, RendererEvent& event) {
   event.a = record.first;
   event.b = record.second;
 }
-void Store(const KilnTextEvent& record, RendererEvent& event) { event.text = record.text; }
-void Store(const KilnFlagEvent& record, RendererEvent& event) { event.a = record.flags; }
+void Store(const KilnTextEvent& record, RendererEvent& event) {
+  event.text = record.text;
+}
+void Store(const KilnFlagEvent& record, RendererEvent& event) {
+  event.a = record.flags;
+}
 void Store(const KilnPlainEvent&, RendererEvent&) {}
 
 template <class Record, Kind kKind>
@@ -98,7 +104,9 @@ bool TextValue(const EventScope& scope, const char* text, v8::Local<v8::Value>* 
   return true;
 }
 
-v8::Local<v8::Value> IntValue(const EventScope& scope, int32_t value) { return v8::Integer::New(scope.isolate, value); }
+v8::Local<v8::Value> IntValue(const EventScope& scope, int32_t value) {
+  return v8::Integer::New(scope.isolate, value);
+}
 
 // A text of the state, or undefined for a number that is none.
 bool StateValue(const EventScope& scope, int32_t state, v8::Local<v8::Value>* value) {
@@ -141,14 +149,17 @@ bool ImageValue(const EventScope& scope, RendererEvent& event, bool with_place, 
   return made;
 }
 
-int NoArguments(const EventScope&, RendererEvent&, Values) { return 0; }
+int NoArguments(const EventScope&, RendererEvent&, Values) {
+  return 0;
+}
 
 int StateArguments(const EventScope& scope, RendererEvent& event, Values values) {
   return StateValue(scope, event.a, &values[0]) && StateValue(scope, event.b, &values[1]) ? 2 : kNoCall;
 }
 
 int ImageUpdatedArguments(const EventScope& scope, RendererEvent& event, Values values) {
-  const uint64_t number = static_cast<uint32_t>(event.a) | static_cast<uint64_t>(static_cast<uint32_t>(event.b)) << 32;
+  const uint64_t number =
+      static_cast<uint32_t>(event.a) | static_cast<uint64_t>(static_cast<uint32_t>(event.b)) << 32;
   values[0] = v8::Null(scope.isolate);
   if (event.image && !ImageValue(scope, event, false, &values[0])) return kNoCall;
   values[1] = v8::Number::New(scope.isolate, NumberOf(number));
@@ -234,8 +245,8 @@ bool HasRenderLastListener(const EventScope& scope, v8::Local<v8::Value> name) {
   v8::Local<v8::Value> count;
   if (!NewName(scope.isolate, "listenerCount").ToLocal(&key)) return false;
   if (!scope.self->Get(scope.context, key).ToLocal(&method) || !method->IsFunction()) return false;
-  return method.As<v8::Function>()->Call(scope.context, scope.self, 1, &name).ToLocal(&count) && count->IsInt32() &&
-         count.As<v8::Int32>()->Value() >= 1;
+  return method.As<v8::Function>()->Call(scope.context, scope.self, 1, &name).ToLocal(&count) &&
+         count->IsInt32() && count.As<v8::Int32>()->Value() >= 1;
 }
 
 void Emit(const EventScope& scope, RendererEvent& event) {
@@ -267,7 +278,9 @@ void DropImage(RendererEvent& event) {
 
 void OnRendererEvent(uv_async_t* async) {
   auto* port = static_cast<PortOf<RendererEvent>*>(EventPort::From(async));
-  HandleEvent(port, [port](const EventScope& scope) { Emit(scope, port->event); }, [port] { DropImage(port->event); });
+  HandleEvent(
+      port, [port](const EventScope& scope) { Emit(scope, port->event); },
+      [port] { DropImage(port->event); });
 }
 
 void RegisterLogCallback(RendererWrapper& wrapper) {

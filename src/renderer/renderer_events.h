@@ -9,8 +9,8 @@ namespace kiln {
 
 class RendererWrapper;
 
-// What stands in the events port while a callback waits. A field that a kind does not use keeps what an earlier event
-// left there.
+// What stands in the events port while a callback waits. A field that a kind does not use keeps what an
+// earlier event left there.
 struct RendererEvent {
   uint32_t eventKind = 0;
   int32_t a = 0, b = 0, c = 0, d = 0;
@@ -42,7 +42,8 @@ void ClearCallbacks(KilnRendererHandle renderer);
 // Registers the log callback with the wrapper's level.
 void RegisterLogCallback(RendererWrapper& wrapper);
 
-// [Symbol.for("kiln.KilnRenderer.@callbackSettersInternalHelper")](kind, enable): turns one SDK callback on or off.
+// [Symbol.for("kiln.KilnRenderer.@callbackSettersInternalHelper")](kind, enable): turns one SDK callback on
+// or off.
 void SwitchCallback(const Arguments& info);
 
 // The text of a state number; null for a number that is none.

@@ -37,12 +37,12 @@ constexpr DrawStyle kDrawStyles[] = {
 bool Read(v8::Local<v8::Context> context, v8::Local<v8::Object> object, const char* key,
           v8::Local<v8::Value>* value) {
   v8::Local<v8::String> name;
-  return NewName(v8::Isolate::GetCurrent(), key).ToLocal(&name) && object->Has(context, name).FromMaybe(false) &&
-         object->Get(context, name).ToLocal(value);
+  return NewName(v8::Isolate::GetCurrent(), key).ToLocal(&name) &&
+         object->Has(context, name).FromMaybe(false) && object->Get(context, name).ToLocal(value);
 }
 
-void ReadText(v8::Local<v8::Context> context, v8::Local<v8::Object> object, const char* key, std::string* text,
-              bool* has_text) {
+void ReadText(v8::Local<v8::Context> context, v8::Local<v8::Object> object, const char* key,
+              std::string* text, bool* has_text) {
   v8::Local<v8::Value> value;
   if (!Read(context, object, key, &value) || value->IsNullOrUndefined()) return;
   std::string fresh;
@@ -64,7 +64,8 @@ int32_t ReadDrawStyle(v8::Local<v8::Context> context, v8::Local<v8::Value> value
   return 0;
 }
 
-void ReadFlag(v8::Local<v8::Context> context, v8::Local<v8::Object> object, const FlagKey& row, uint32_t* flags) {
+void ReadFlag(v8::Local<v8::Context> context, v8::Local<v8::Object> object, const FlagKey& row,
+              uint32_t* flags) {
   v8::Local<v8::Value> value;
   if (!Read(context, object, row.key, &value)) return;
   *flags = value->BooleanValue(v8::Isolate::GetCurrent()) ? *flags | row.bit : *flags & ~row.bit;
@@ -91,7 +92,8 @@ bool SetFlag(v8::Isolate* isolate, v8::Local<v8::Object> object, const FlagKey& 
 
 bool Report(v8::Isolate* isolate, const KilnRendererOptions& record, v8::Local<v8::Object> object) {
   const bool known = record.kvwDrawStyle >= 1 && record.kvwDrawStyle <= 4;
-  if (!SetText(isolate, object, "kvwDrawStyle", known ? kDrawStyles[record.kvwDrawStyle - 1].output : "auto")) {
+  if (!SetText(isolate, object, "kvwDrawStyle",
+               known ? kDrawStyles[record.kvwDrawStyle - 1].output : "auto")) {
     return false;
   }
   for (const FlagKey& row : kFlags) {

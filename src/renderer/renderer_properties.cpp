@@ -12,7 +12,9 @@ namespace {
 using Name = v8::Local<v8::Name>;
 using Value = v8::Local<v8::Value>;
 
-v8::Local<v8::Context> ContextOf(v8::Isolate* isolate) { return isolate->GetCurrentContext(); }
+v8::Local<v8::Context> ContextOf(v8::Isolate* isolate) {
+  return isolate->GetCurrentContext();
+}
 
 // --- Rows.
 
@@ -33,12 +35,16 @@ void ReturnText(const GetterInfo& info, const char* text) {
 
 // --- State of the wrapper.
 
-void GetAutoCommit(Name, const GetterInfo& info) { info.GetReturnValue().Set(RendererOf(info).autoCommit); }
+void GetAutoCommit(Name, const GetterInfo& info) {
+  info.GetReturnValue().Set(RendererOf(info).autoCommit);
+}
 void SetAutoCommit(Name, Value value, const SetterInfo& info) {
   RendererOf(info).autoCommit = value->BooleanValue(info.GetIsolate());
 }
 
-void GetMinLogLevel(Name, const GetterInfo& info) { info.GetReturnValue().Set(RendererOf(info).minLogLevel); }
+void GetMinLogLevel(Name, const GetterInfo& info) {
+  info.GetReturnValue().Set(RendererOf(info).minLogLevel);
+}
 // A write turns the log events on, whatever the switch said.
 void SetMinLogLevel(Name, Value value, const SetterInfo& info) {
   RendererWrapper& wrapper = RendererOf(info);
@@ -74,7 +80,8 @@ void GetSize(Name, const GetterInfo& info) {
 // A key's value; empty when the object does not have it or it can't be read.
 v8::MaybeLocal<v8::Value> Key(v8::Local<v8::Context> context, v8::Local<v8::Object> object, const char* key) {
   v8::Local<v8::String> name;
-  if (!NewName(v8::Isolate::GetCurrent(), key).ToLocal(&name) || !object->Has(context, name).FromMaybe(false)) return {};
+  if (!NewName(v8::Isolate::GetCurrent(), key).ToLocal(&name) || !object->Has(context, name).FromMaybe(false))
+    return {};
   return object->Get(context, name);
 }
 
@@ -143,7 +150,8 @@ void SetRenderMode(Name, Value value, const SetterInfo& info) {
   }
   KilnRendererHandle renderer = RendererOf(info).renderer;
   if (sdk.Kiln_KilnRenderer_setRenderMode(renderer, mode) != 0) return;
-  const char* error = sdk.Kiln_getErrorTextStringFromErrorCode(sdk.Kiln_KilnRenderer_getLastErrorCode(renderer));
+  const char* error =
+      sdk.Kiln_getErrorTextStringFromErrorCode(sdk.Kiln_KilnRenderer_getLastErrorCode(renderer));
   ThrowError(isolate, error ? error : "");
 }
 

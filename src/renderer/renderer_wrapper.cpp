@@ -6,7 +6,8 @@
 
 namespace kiln {
 
-RendererWrapper::RendererWrapper(Environment& environment, v8::Local<v8::Object> object, KilnRendererHandle handle)
+RendererWrapper::RendererWrapper(Environment& environment, v8::Local<v8::Object> object,
+                                 KilnRendererHandle handle)
     : self(environment.isolate(), object), renderer(handle), environment_(environment) {
   OpenPorts();
   sdk.Kiln_KilnRenderer_setKeepRTframesInCallback(renderer, 1);
@@ -18,7 +19,9 @@ RendererWrapper::RendererWrapper(Environment& environment, v8::Local<v8::Object>
   environment_.Add(this);
 }
 
-RendererWrapper::~RendererWrapper() { environment_.Remove(this); }
+RendererWrapper::~RendererWrapper() {
+  environment_.Remove(this);
+}
 
 void RendererWrapper::OpenPorts() {
   eventsPort = NewPort<RendererEvent>(environment_, this, OnRendererEvent);
@@ -46,8 +49,9 @@ void RendererWrapper::LeaveCounters() {
   liveObjectCounter--;
 }
 
-// The order makes a close inside a listener safe: no new event starts, every parked thread goes on, so the SDK can end
-// its threads while it blocks this one; the ports are freed on a later turn, when the listener's handler is through.
+// The order makes a close inside a listener safe: no new event starts, every parked thread goes on, so the
+// SDK can end its threads while it blocks this one; the ports are freed on a later turn, when the listener's
+// handler is through.
 void RendererWrapper::Close() {
   if (!renderer) return;
   ClearCallbacks(renderer);

@@ -10,17 +10,17 @@ namespace kiln {
 
 class RendererWrapper final : public Closable {
  public:
-  // For a handle that is not null: makes the ports and registers the callbacks that are always on. The object is held
-  // weakly; the record goes with it, never before.
+  // For a handle that is not null: makes the ports and registers the callbacks that are always on. The object
+  // is held weakly; the record goes with it, never before.
   RendererWrapper(Environment& environment, v8::Local<v8::Object> object, KilnRendererHandle handle);
   RendererWrapper(const RendererWrapper&) = delete;
   RendererWrapper& operator=(const RendererWrapper&) = delete;
 
-  // Ends the renderer on this thread, which it blocks meanwhile: no event from here on, and no SDK thread stays parked.
-  // Does nothing for a closed one.
+  // Ends the renderer on this thread, which it blocks meanwhile: no event from here on, and no SDK thread
+  // stays parked. Does nothing for a closed one.
   void Close();
-  // Around a release on another thread, during which events are still served: the environment's end then leaves the
-  // handle to it. Settle does what is left when the SDK is through.
+  // Around a release on another thread, during which events are still served: the environment's end then
+  // leaves the handle to it. Settle does what is left when the SDK is through.
   void BeginRelease() { releasing_++; }
   void Settle();
 
@@ -55,7 +55,9 @@ inline RendererWrapper& WrapperOf(v8::Local<v8::Object> object) {
   return *static_cast<RendererWrapper*>(compat::GetPointer(object, 0));
 }
 // The receiver of a method (its signature has been checked), or the holder of an accessor.
-inline RendererWrapper& RendererOf(const Arguments& info) { return WrapperOf(info.This()); }
+inline RendererWrapper& RendererOf(const Arguments& info) {
+  return WrapperOf(info.This());
+}
 template <class T>
 RendererWrapper& RendererOf(const v8::PropertyCallbackInfo<T>& info) {
   return WrapperOf(compat::Holder(info));

@@ -83,9 +83,15 @@ bool ReadBlock(const Arguments& info, LoadBlock* operation) {
 
 }  // namespace
 
-void Load(const Arguments& info) { LoadOne(info, &SdkTable::Kiln_KilnRenderer_load, kNoFileName); }
-void LoadAsText(const Arguments& info) { LoadOne(info, &SdkTable::Kiln_KilnRenderer_loadAsText, kNoSceneText); }
-void LoadSync(const Arguments& info) { LoadOneSync(info, &SdkTable::Kiln_KilnRenderer_load, kNoFileName); }
+void Load(const Arguments& info) {
+  LoadOne(info, &SdkTable::Kiln_KilnRenderer_load, kNoFileName);
+}
+void LoadAsText(const Arguments& info) {
+  LoadOne(info, &SdkTable::Kiln_KilnRenderer_loadAsText, kNoSceneText);
+}
+void LoadSync(const Arguments& info) {
+  LoadOneSync(info, &SdkTable::Kiln_KilnRenderer_load, kNoFileName);
+}
 void LoadAsTextSync(const Arguments& info) {
   LoadOneSync(info, &SdkTable::Kiln_KilnRenderer_loadAsText, kNoSceneText);
 }

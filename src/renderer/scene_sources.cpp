@@ -13,11 +13,15 @@ namespace {
 
 constexpr int32_t kParserError = 10;
 
-const char* OrEmpty(const char* text) { return text ? text : ""; }
+const char* OrEmpty(const char* text) {
+  return text ? text : "";
+}
 
 }  // namespace
 
-bool IsText(v8::Local<v8::Value> value) { return value->IsString() || value->IsStringObject(); }
+bool IsText(v8::Local<v8::Value> value) {
+  return value->IsString() || value->IsStringObject();
+}
 
 bool CollectStrings(const Arguments& info, std::vector<std::string>* strings, int* next) {
   v8::Local<v8::Context> context = info.GetIsolate()->GetCurrentContext();

@@ -15,8 +15,8 @@ struct Form {
   const char* prefix;
   const char* triple;  // the name of one triple; null for a list of single numbers
 };
-constexpr Form kForms[] = {{"IntList(", nullptr}, {"FloatList(", nullptr}, {"VectorList(", "Vector"},
-                           {"ColorList(", "Color"}};
+constexpr Form kForms[] = {
+    {"IntList(", nullptr}, {"FloatList(", nullptr}, {"VectorList(", "Vector"}, {"ColorList(", "Color"}};
 
 // The bytes of any view as they are, copied only when the view's memory is not materialised yet.
 class ViewBytes {
@@ -84,8 +84,8 @@ std::string PrintTriples(const ViewBytes& bytes, const Form& form, int32_t max_i
   std::string text = form.prefix;
   for (size_t i = 0; i < shown; i++) {
     AppendFormat(text, "%s(%.7g, %.7g, %.7g)%s", form.triple, static_cast<double>(bytes.At<float>(3 * i)),
-                 static_cast<double>(bytes.At<float>(3 * i + 1)), static_cast<double>(bytes.At<float>(3 * i + 2)),
-                 i + 1 < shown ? ", " : "");
+                 static_cast<double>(bytes.At<float>(3 * i + 1)),
+                 static_cast<double>(bytes.At<float>(3 * i + 2)), i + 1 < shown ? ", " : "");
   }
   AppendRest(text, count - shown);
   return text;
@@ -102,13 +102,15 @@ v8::MaybeLocal<v8::String> ListText(v8::Isolate* isolate, v8::Local<v8::Value> l
 template <ListKind kKind>
 void PrintArgument(const Arguments& info) {
   v8::Local<v8::String> text;
-  if (info[0]->IsArrayBufferView() && ListText(info.GetIsolate(), info[0], kKind, MaxItems(info)).ToLocal(&text)) {
+  if (info[0]->IsArrayBufferView() &&
+      ListText(info.GetIsolate(), info[0], kKind, MaxItems(info)).ToLocal(&text)) {
     info.GetReturnValue().Set(text);
   }
 }
 
 // Walks the prototypes up to the target, the root or the chain's end.
-bool HasListPrototype(Environment& environment, v8::Local<v8::Value> value, const v8::Global<v8::Object>& target) {
+bool HasListPrototype(Environment& environment, v8::Local<v8::Value> value,
+                      const v8::Global<v8::Object>& target) {
   if (!value->IsFloat32Array()) return false;
   v8::Local<v8::Value> prototype = compat::GetPrototype(value.As<v8::Object>());
   while (prototype->IsObject()) {
@@ -146,19 +148,30 @@ void IsColorList(const Arguments& info) {
   info.GetReturnValue().Set(HasListPrototype(environment, info[0], environment.colorListPrototype));
 }
 
-void IntListToString(const Arguments& info) { PrintArgument<ListKind::kInt>(info); }
-void FloatListToString(const Arguments& info) { PrintArgument<ListKind::kFloat>(info); }
-void VectorListToString(const Arguments& info) { PrintArgument<ListKind::kVector>(info); }
-void ColorListToString(const Arguments& info) { PrintArgument<ListKind::kColor>(info); }
+void IntListToString(const Arguments& info) {
+  PrintArgument<ListKind::kInt>(info);
+}
+void FloatListToString(const Arguments& info) {
+  PrintArgument<ListKind::kFloat>(info);
+}
+void VectorListToString(const Arguments& info) {
+  PrintArgument<ListKind::kVector>(info);
+}
+void ColorListToString(const Arguments& info) {
+  PrintArgument<ListKind::kColor>(info);
+}
 
 void TypedListToString(const Arguments& info) {
   v8::Local<v8::String> text;
-  if (TypedListText(EnvironmentOf(info), info[0], MaxItems(info)).ToLocal(&text)) info.GetReturnValue().Set(text);
+  if (TypedListText(EnvironmentOf(info), info[0], MaxItems(info)).ToLocal(&text))
+    info.GetReturnValue().Set(text);
 }
 
-v8::MaybeLocal<v8::String> TypedListText(Environment& environment, v8::Local<v8::Value> list, int32_t max_items) {
+v8::MaybeLocal<v8::String> TypedListText(Environment& environment, v8::Local<v8::Value> list,
+                                         int32_t max_items) {
   v8::Isolate* isolate = environment.isolate();
-  if (list->IsInt32Array() || list->IsUint32Array()) return ListText(isolate, list, ListKind::kInt, max_items);
+  if (list->IsInt32Array() || list->IsUint32Array())
+    return ListText(isolate, list, ListKind::kInt, max_items);
   if (HasListPrototype(environment, list, environment.vectorListPrototype)) {
     return ListText(isolate, list, ListKind::kVector, max_items);
   }
@@ -170,8 +183,9 @@ v8::MaybeLocal<v8::String> TypedListText(Environment& environment, v8::Local<v8:
 }
 
 bool SetListPrototype(Environment& environment, v8::Local<v8::Object> array, ListKind kind) {
-  const v8::Global<v8::Object>* prototypes[] = {&environment.intListPrototype, &environment.floatListPrototype,
-                                                &environment.vectorListPrototype, &environment.colorListPrototype};
+  const v8::Global<v8::Object>* prototypes[] = {
+      &environment.intListPrototype, &environment.floatListPrototype, &environment.vectorListPrototype,
+      &environment.colorListPrototype};
   const v8::Global<v8::Object>& prototype = *prototypes[static_cast<int>(kind)];
   v8::Isolate* isolate = environment.isolate();
   return !prototype.IsEmpty() &&

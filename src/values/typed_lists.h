@@ -25,6 +25,7 @@ bool SetListPrototype(Environment& environment, v8::Local<v8::Object> array, Lis
 // The second argument of the printing functions; 0 when there is none. Zero or less means no limit.
 int32_t MaxItems(const Arguments& info);
 // What typedListToString answers; empty leaves an exception pending.
-v8::MaybeLocal<v8::String> TypedListText(Environment& environment, v8::Local<v8::Value> list, int32_t max_items);
+v8::MaybeLocal<v8::String> TypedListText(Environment& environment, v8::Local<v8::Value> list,
+                                         int32_t max_items);
 
 }  // namespace kiln
