@@ -18,7 +18,7 @@ R Guarded(R failure, F&& body) noexcept {
 
 // For bodies without a result.
 template <class F>
-  requires std::is_void_v<std::invoke_result_t<F>>
+requires std::is_void_v<std::invoke_result_t<F>>
 void Guarded(F&& body) noexcept {
   try {
     std::forward<F>(body)();

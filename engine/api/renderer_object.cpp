@@ -1,0 +1,187 @@
+// A renderer's life, its settings and its errors.
+#include "engine/api/renderer_object.h"
+
+#include <cstring>
+#include <shared_mutex>
+#include <utility>
+
+#include "engine/api/blocks.h"
+
+namespace kiln::engine::api {
+namespace {
+
+std::optional<std::string> OptionalText(const char* text) {
+  return text ? std::optional<std::string>(text) : std::nullopt;
+}
+
+// The first image settings of the scene; under the scene's lock.
+const scene::Instance* ImageSettings(const scene::Scene& scene) {
+  const scene::PluginClass* type = scene::FindClass("SettingsImage");
+  const auto ids = type ? scene.Ids(type) : std::vector<scene::PluginId>();
+  return ids.empty() ? nullptr : scene.Find(ids.front());
+}
+
+int IntOf(const scene::Value& value, int otherwise) {
+  const auto* number = value.As<int32_t>();
+  return number ? *number : otherwise;
+}
+
+bool IsCamera(const scene::Instance* instance) {
+  return instance && (instance->type->categories & CategoryBit(scene::Category::kRenderView));
+}
+
+// What the scene's own environment settings name, or its first camera; under the scene's lock.
+scene::PluginId SceneCamera(const scene::Scene& scene) {
+  if (const scene::PluginClass* type = scene::FindClass("SettingsEnvironment")) {
+    for (const scene::PluginId id : scene.Ids(type)) {
+      const scene::Value value = scene.Get(id, "camera");
+      const auto* reference = value.As<scene::PluginRef>();
+      if (reference && IsCamera(scene.Find(reference->id))) return reference->id;
+    }
+  }
+  for (const scene::PluginClass* type : scene::AllClasses()) {
+    if (!(type->categories & CategoryBit(scene::Category::kRenderView))) continue;
+    const auto ids = scene.Ids(type);
+    if (!ids.empty()) return ids.front();
+  }
+  return scene::kNoPlugin;
+}
+
+}  // namespace
+
+Renderer::Renderer(const KilnRendererOptions* options)
+    : options_(options ? *options
+                       : KilnRendererOptions{.pluginLibraryPath = nullptr,
+                                             .kvwDrawStyle = 0,
+                                             .flags = KILN_RENDERER_DEFAULT_FLAGS,
+                                             .reserved = 0,
+                                             .kvwLanguage = nullptr}),
+      plugin_library_path_(OptionalText(options_.pluginLibraryPath)),
+      window_language_(OptionalText(options_.kvwLanguage)) {
+  scene.allow_invalid_names = options_.flags & KILN_RENDERER_ALLOW_INVALID_CHARACTERS;
+}
+
+Renderer::~Renderer() {
+  Close();
+}
+
+KilnRendererOptions* Renderer::CopyOptions() const {
+  const size_t path_size = plugin_library_path_ ? plugin_library_path_->size() + 1 : 0;
+  const size_t language_size = window_language_ ? window_language_->size() + 1 : 0;
+  char* block = NewBlock<char>(sizeof(KilnRendererOptions) + path_size + language_size);
+  auto* copy = new (block) KilnRendererOptions(options_);
+  char* text = block + sizeof(KilnRendererOptions);
+  copy->pluginLibraryPath = path_size ? std::strcpy(text, plugin_library_path_->c_str()) : nullptr;
+  copy->kvwLanguage = language_size ? std::strcpy(text + path_size, window_language_->c_str()) : nullptr;
+  return copy;
+}
+
+ImageSize Renderer::GetImageSize() const {
+  ImageSize size;
+  {
+    const std::lock_guard lock(mutex_);
+    size = settings_.size;
+  }
+  const std::shared_lock lock(scene.mutex);
+  if (const scene::Instance* image = ImageSettings(scene)) {
+    size.width = IntOf(scene.Get(image->id, "width"), size.width);
+    size.height = IntOf(scene.Get(image->id, "height"), size.height);
+  }
+  return size;
+}
+
+void Renderer::SetImageSize(ImageSize size) {
+  WithSettings([&](Settings& settings) { settings.size = size; });
+  const std::unique_lock lock(scene.mutex);
+  if (const scene::Instance* image = ImageSettings(scene)) {
+    const scene::PluginId id = image->id;
+    scene.Set(id, "width", scene::Value(int32_t{size.width}));
+    scene.Set(id, "height", scene::Value(int32_t{size.height}));
+  }
+}
+
+scene::PluginId Renderer::CurrentCamera() const {
+  scene::PluginId by_id;
+  std::optional<std::string> by_name;
+  {
+    const std::lock_guard lock(mutex_);
+    by_id = settings_.camera;
+    by_name = settings_.camera_name;
+  }
+  const std::shared_lock lock(scene.mutex);
+  if (IsCamera(scene.Find(by_id))) return by_id;
+  if (by_name) {
+    const scene::Instance* named = scene.FindByName(*by_name);
+    if (IsCamera(named)) return named->id;
+  }
+  return SceneCamera(scene);
+}
+
+void Renderer::SetError(int32_t code) {
+  const std::lock_guard lock(mutex_);
+  error_ = {};
+  error_.code = code;
+}
+
+LastError Renderer::GetError() const {
+  LastError error;
+  SessionPtr session;
+  {
+    const std::lock_guard lock(mutex_);
+    error = error_;
+    if (!session_error_cleared_) session = session_;
+  }
+  // A render that was begun without waiting fails later, in its own threads.
+  if (error.code == 0 && session) error.code = static_cast<int32_t>(session->last_error());
+  return error;
+}
+
+void Renderer::ClearError() {
+  const std::lock_guard lock(mutex_);
+  error_ = {};
+  session_error_cleared_ = true;
+}
+
+const char* Renderer::Keep(std::string_view text) {
+  const std::lock_guard lock(mutex_);
+  return kept_texts_.emplace(text).first->c_str();
+}
+
+bool Renderer::Report(const formats::LoadResult& result) {
+  if (result.ok()) return true;
+  events.OnLog(static_cast<int>(LogLevel::kError), result.text);
+  const std::lock_guard lock(mutex_);
+  error_ = {static_cast<int32_t>(result.error), result.file, result.line, result.text};
+  return false;
+}
+
+bool Renderer::ReplaceScene(const std::function<formats::LoadResult(scene::Scene&)>& read) {
+  scene::Scene fresh;
+  fresh.allow_invalid_names = scene.allow_invalid_names;
+  if (!Report(read(fresh))) return false;
+  {
+    const std::unique_lock lock(scene.mutex);
+    scene.TakeContent(fresh);
+  }
+  FollowScene();
+  return true;
+}
+
+bool Renderer::AppendToScene(const std::function<formats::LoadResult(scene::Scene&)>& read) {
+  if (!Report(read(scene))) return false;
+  SceneChanged(true);
+  return true;
+}
+
+// What the host set for the scene before means nothing in a new one.
+void Renderer::FollowScene() {
+  WithSettings([](Settings& settings) {
+    settings.camera = scene::kNoPlugin;
+    settings.camera_name.reset();
+    settings.region.reset();
+    settings.crop.reset();
+  });
+  SceneChanged(true);
+}
+
+}  // namespace kiln::engine::api

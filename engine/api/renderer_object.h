@@ -1,0 +1,145 @@
+// A renderer: one scene, one render of it at a time, the events of that render, and the settings that the
+// host gives beside the scene.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+
+#include "engine/api/errors.h"
+#include "engine/api/event_queue.h"
+#include "engine/formats/loader.h"
+#include "engine/image/image.h"
+#include "engine/render/session.h"
+#include "engine/scene/scene.h"
+#include "entry_points.h"
+
+namespace kiln::engine::api {
+
+inline constexpr int kUserDataSlots = 16;
+
+struct ImageSize {
+  int width = 640;
+  int height = 480;
+};
+
+// What the host sets on the renderer itself. Guarded by the renderer.
+struct Settings {
+  render::Mode mode = render::Mode::kProduction;
+  int threads = 0;
+  ImageSize size{};  // where the scene says nothing
+  std::optional<KilnRenderRegion> region{};
+  std::optional<KilnCropRegion> crop{};
+  scene::PluginId camera = scene::kNoPlugin;  // by ID; before the name
+  std::optional<std::string> camera_name{};
+  double time = 0;  // frames
+  bool animate = false;
+  void* user_data[kUserDataSlots] = {};
+};
+
+struct LastError {
+  int32_t code = 0;
+  std::string file;
+  uint32_t line = 0;
+  std::string text;
+};
+
+// All methods may be called from any thread.
+class Renderer {
+ public:
+  // Null options stand for the defaults; texts are copied.
+  explicit Renderer(const KilnRendererOptions* options);
+  ~Renderer();
+  Renderer(const Renderer&) = delete;
+  Renderer& operator=(const Renderer&) = delete;
+
+  scene::Scene scene;
+  EventQueue events;
+
+  // A block of the caller's, its texts inside.
+  KilnRendererOptions* CopyOptions() const;
+
+  // Runs the body with the settings under their lock.
+  template <class F>
+  auto WithSettings(F&& body) {
+    const std::lock_guard lock(mutex_);
+    return body(settings_);
+  }
+
+  // Begins a render; one in progress is stopped first. 0 when it has begun or, with `prepare`, when it is
+  // prepared; otherwise the code that is now the last error. Never waits for a callback.
+  int32_t Start(bool prepare);
+  // Ends the render and waits until it has ended, but for no callback.
+  void Stop();
+  // True when the render has ended within the time; negative times wait for ever.
+  bool Wait(int32_t milliseconds);
+  bool rendering() const;
+  render::State state() const;
+  bool SetPaused(bool paused);
+  // A copy of the frame as far as it is rendered; null when nothing was.
+  image::ImagePtr Snapshot() const;
+
+  // The scene was edited: an interactive render takes that over, at once or at the next commit.
+  void SceneChanged(bool commit);
+  // Hands over what was not yet. The scene's change index.
+  uint64_t Commit(bool force);
+  uint64_t ChangeIndex() const;
+
+  // Reading. A failure is the last error and a message in the log. Replace leaves the scene as it was on
+  // failure.
+  bool ReplaceScene(const std::function<formats::LoadResult(scene::Scene&)>& read);
+  bool AppendToScene(const std::function<formats::LoadResult(scene::Scene&)>& read);
+
+  // The size of the image: what the scene's image settings say, or else what the host set.
+  ImageSize GetImageSize() const;
+  void SetImageSize(ImageSize size);
+  // The camera that a render uses: the host's by ID or name, the scene's own, or its first. kNoPlugin: there
+  // is none.
+  scene::PluginId CurrentCamera() const;
+
+  void SetError(int32_t code);
+  LastError GetError() const;
+  void ClearError();
+
+  // A pointer to the text that is good for the renderer's life.
+  const char* Keep(std::string_view text);
+
+  // Ends renders, callbacks and threads: what was raised is still delivered. Waits for all of it, but from
+  // inside a callback, whose thread ends after it.
+  void Close();
+  // The same for the end of the process: drops events, and gives up what does not end within the limits.
+  void Abandon(std::chrono::milliseconds render_limit, std::chrono::milliseconds callback_limit);
+
+ private:
+  using SessionPtr = std::shared_ptr<render::Session>;
+
+  SessionPtr session() const;
+  render::RenderOptions MakeRenderOptions() const;
+  bool EndRender(render::Session& session, std::chrono::milliseconds limit);
+  bool Report(const formats::LoadResult& result);
+  void FollowScene();
+
+  KilnRendererOptions options_;
+  std::optional<std::string> plugin_library_path_;
+  std::optional<std::string> window_language_;
+
+  // Held while a render is started, so that two starts do not mix. Taken before mutex_.
+  std::mutex start_mutex_;
+  // Guards everything below. Nothing that waits is called with it.
+  mutable std::mutex mutex_;
+  Settings settings_;
+  LastError error_;
+  bool session_error_cleared_ = false;
+  bool uncommitted_ = false;
+  bool closed_ = false;
+  std::unordered_set<std::string> kept_texts_;
+  SessionPtr session_;
+};
+
+}  // namespace kiln::engine::api

@@ -1,0 +1,177 @@
+// A renderer's renders: start, stop, wait, and the end of everything.
+#include <algorithm>
+#include <shared_mutex>
+#include <utility>
+
+#include "engine/api/renderer_object.h"
+
+namespace kiln::engine::api {
+namespace {
+
+using std::chrono::milliseconds;
+
+// How often a stop is asked for again: another thread may have begun a new render in the meantime.
+constexpr milliseconds kStopInterval{50};
+constexpr milliseconds kForever = milliseconds::max();
+
+// The part of the region that lies in the image; nothing when none does.
+std::optional<render::Bucket> Clip(const KilnRenderRegion& region, ImageSize size) {
+  const int64_t left = std::clamp<int64_t>(region.left, 0, size.width);
+  const int64_t top = std::clamp<int64_t>(region.top, 0, size.height);
+  const int64_t right = std::clamp<int64_t>(int64_t{region.left} + region.width, left, size.width);
+  const int64_t bottom = std::clamp<int64_t>(int64_t{region.top} + region.height, top, size.height);
+  if (left == right || top == bottom) return std::nullopt;
+  return render::Bucket{static_cast<int>(left), static_cast<int>(top), static_cast<int>(right - left),
+                        static_cast<int>(bottom - top)};
+}
+
+render::RegionF Normalise(const KilnCropRegion& crop) {
+  const auto width = static_cast<float>(crop.srcWidth);
+  const auto height = static_cast<float>(crop.srcHeight);
+  return {crop.rgnLeft / width, crop.rgnTop / height, crop.rgnWidth / width, crop.rgnHeight / height};
+}
+
+}  // namespace
+
+render::RenderOptions Renderer::MakeRenderOptions() const {
+  render::RenderOptions options;
+  const ImageSize size = GetImageSize();
+  options.camera = CurrentCamera();
+  options.width = size.width;
+  options.height = size.height;
+  const std::lock_guard lock(mutex_);
+  options.mode = settings_.mode;
+  options.threads = settings_.threads;
+  options.time = settings_.time;
+  if (settings_.region) options.region = Clip(*settings_.region, size);
+  if (settings_.crop) options.crop = Normalise(*settings_.crop);
+  return options;
+}
+
+Renderer::SessionPtr Renderer::session() const {
+  const std::lock_guard lock(mutex_);
+  return session_;
+}
+
+int32_t Renderer::Start(bool prepare) {
+  const std::lock_guard start_lock(start_mutex_);
+  SessionPtr session;
+  {
+    const std::lock_guard lock(mutex_);
+    if (closed_) return static_cast<int32_t>(ApiError::kInternal);
+    if (!session_) session_ = std::make_shared<render::Session>(scene, events);
+    session = session_;
+    error_ = {};
+    session_error_cleared_ = false;
+    uncommitted_ = false;
+  }
+  EndRender(*session, kForever);
+  const render::RenderOptions options = MakeRenderOptions();
+  events.BeginPacing();
+  if (!prepare) {
+    session->Start(options);
+    return 0;
+  }
+  const auto code = static_cast<int32_t>(session->StartAndPrepare(options));
+  if (code != 0) SetError(code);
+  return code;
+}
+
+// Without pacing the render's threads wait for no callback, so that this ends however long a host parks one.
+bool Renderer::EndRender(render::Session& session, milliseconds limit) {
+  const auto start = std::chrono::steady_clock::now();
+  while (!session.ended()) {
+    events.EndPacing();
+    session.RequestStop();
+    if (session.Wait(kStopInterval)) break;
+    if (std::chrono::steady_clock::now() - start > limit) return false;
+  }
+  return true;
+}
+
+void Renderer::Stop() {
+  if (const SessionPtr running = session()) EndRender(*running, kForever);
+}
+
+bool Renderer::Wait(int32_t timeout) {
+  const SessionPtr running = session();
+  return !running || running->Wait(milliseconds(timeout));
+}
+
+bool Renderer::rendering() const {
+  const SessionPtr running = session();
+  return running && !running->ended();
+}
+
+render::State Renderer::state() const {
+  const SessionPtr running = session();
+  return running ? running->state() : render::State::kIdleInitialized;
+}
+
+bool Renderer::SetPaused(bool paused) {
+  const SessionPtr running = session();
+  return running && running->SetPaused(paused);
+}
+
+image::ImagePtr Renderer::Snapshot() const {
+  const SessionPtr running = session();
+  return image::ImagePtr(running ? running->Snapshot() : nullptr);
+}
+
+void Renderer::SceneChanged(bool commit) {
+  SessionPtr running;
+  {
+    const std::lock_guard lock(mutex_);
+    uncommitted_ = !commit;
+    if (commit) running = session_;
+  }
+  if (running) running->SceneChanged();
+}
+
+uint64_t Renderer::Commit(bool force) {
+  bool changed;
+  {
+    const std::lock_guard lock(mutex_);
+    changed = uncommitted_;
+  }
+  if (changed || force) SceneChanged(true);
+  return ChangeIndex();
+}
+
+uint64_t Renderer::ChangeIndex() const {
+  const std::shared_lock lock(scene.mutex);
+  return scene.change_index();
+}
+
+void Renderer::Close() {
+  Stop();
+  SessionPtr last;
+  {
+    // Another thread may be in the middle of a start; the stop above has made it end soon.
+    const std::lock_guard start_lock(start_mutex_);
+    const std::lock_guard lock(mutex_);
+    if (closed_) return;
+    closed_ = true;
+    last = std::move(session_);
+  }
+  if (last) EndRender(*last, kForever);
+  last.reset();
+  events.EndPacing();
+  events.OnRendererClosed();
+  events.Close();
+}
+
+void Renderer::Abandon(milliseconds render_limit, milliseconds callback_limit) {
+  SessionPtr last;
+  {
+    const std::lock_guard lock(mutex_);
+    closed_ = true;
+    last = std::move(session_);
+  }
+  // A session that does not end in time is left to the system, with the process.
+  if (last && !EndRender(*last, render_limit)) static_cast<void>(new SessionPtr(last));
+  last.reset();
+  events.Close(callback_limit);
+}
+
+}  // namespace kiln::engine::api
