@@ -1,0 +1,18 @@
+// Calls that a test makes itself, past the add-on.
+#ifndef KILN_TEST_RECORDER_DISPATCH_H_
+#define KILN_TEST_RECORDER_DISPATCH_H_
+
+namespace recorder {
+
+// While one exists, calls of this thread are a test's own and count for no coverage.
+class DirectCall {
+ public:
+  DirectCall();
+  ~DirectCall();
+  DirectCall(const DirectCall&) = delete;
+  DirectCall& operator=(const DirectCall&) = delete;
+};
+
+}  // namespace recorder
+
+#endif
