@@ -19,7 +19,8 @@ enum class AlphaMode { kOpaque, kMask, kBlend };
 
 constexpr Color kWhite{1, 1, 1};
 
-// Textures may hold anything; closures take numbers from 0 to 1 only. What is not a number is 0.
+// Textures may hold anything; closures take numbers from 0 to 1 only. What is not a number is 0, and what has
+// no upper limit is bounded so that a product of two stays finite.
 float Unit(float x) {
   return x > 0 ? std::min(x, 1.0f) : 0.0f;
 }
@@ -27,7 +28,7 @@ Color Unit(Color c) {
   return {Unit(c.r), Unit(c.g), Unit(c.b)};
 }
 float NotNegative(float x) {
-  return x > 0 && std::isfinite(x) ? x : 0.0f;
+  return x > 0 && std::isfinite(x) ? std::min(x, 1e18f) : 0.0f;
 }
 Color NotNegative(Color c) {
   return {NotNegative(c.r), NotNegative(c.g), NotNegative(c.b)};
