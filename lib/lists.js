@@ -1,6 +1,8 @@
 // The list classes of the package: typed arrays whose prototypes tell the add-on what their numbers mean.
 'use strict';
 
+const { inspect } = require('util');
+
 /** Numbers of one list of triples, from triples ([x, y, z]) or objects that have the three keys. */
 function flatten(items, keys) {
   const numbers = new Array(items.length * 3);
@@ -38,6 +40,19 @@ class ColorList extends Float32Array {
   }
 }
 
+// Lists print as the scene's values do, shortened in the way that util.inspect was asked for.
+function printAs(List, text) {
+  const define = (key, value) =>
+    Object.defineProperty(List.prototype, key, { value, writable: true, configurable: true, enumerable: false });
+  define('toString', function (maxItems) {
+    return text(this, maxItems);
+  });
+  define(inspect.custom, function (depth, options) {
+    const most = options.maxArrayLength;
+    return text(this, Number.isFinite(most) ? Math.max(1, most) : 0);
+  });
+}
+
 /** Hands the prototypes to the add-on. Float32Array.prototype is the root: it lies above every float list. */
 function setupLists(native) {
   native.setupKilnTypesInternal(
@@ -47,6 +62,10 @@ function setupLists(native) {
     VectorList.prototype,
     ColorList.prototype
   );
+  printAs(IntList, native.intListToString);
+  printAs(FloatList, native.floatListToString);
+  printAs(VectorList, native.vectorListToString);
+  printAs(ColorList, native.colorListToString);
 }
 
 module.exports = { IntList, FloatList, VectorList, ColorList, setupLists };

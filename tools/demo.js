@@ -25,7 +25,7 @@ function main() {
   const failure = setup(['build', 'engine', 'test']);
   if (failure) throw new Error(failure);
   process.stdout.write('Building (the first time takes some minutes) ...\n');
-  build();
+  build({ targets: ['Kiln', 'KilnSDKLibrary'] });
   if (!fs.existsSync(MODEL)) throw new Error(`The model ${MODEL} does not exist: install the Debian package assimp-testmodels.`);
   const scene = writeStudio(MODEL, path.join(ROOT, 'out', 'demo'), arrange);
   const output = path.join(ROOT, 'out', 'demo.png');

@@ -41,6 +41,18 @@ export function setupKilnTypesInternal(
   root: object, intList: object, floatList: object, vectorList: object, colorList: object
 ): void;
 
+export function isVectorList(value: unknown): value is VectorList;
+export function isColorList(value: unknown): value is ColorList;
+/** The list as text, cut after so many items where there are more; undefined for what is no typed array. */
+export function intListToString(list: ArrayBufferView, maxItems?: number): string | undefined;
+export function floatListToString(list: ArrayBufferView, maxItems?: number): string | undefined;
+export function vectorListToString(list: ArrayBufferView, maxItems?: number): string | undefined;
+export function colorListToString(list: ArrayBufferView, maxItems?: number): string | undefined;
+/** The form is chosen by the kind of list; other values give their own text. */
+export function typedListToString(list: unknown, maxItems?: number): string | undefined;
+/** A value of a scene as text, arrays and lists element by element. */
+export function stringify(value: unknown, maxItems?: number, ...rest: unknown[]): string;
+
 /** Functions that belong to no object, as promises. */
 export const promises: {
   readonly createKilnRenderer: (options?: RendererOptions | null) => Promise<KilnRenderer>;
@@ -67,14 +79,20 @@ export const Language: { readonly EN_US: 'en-US'; readonly ZH_CN: 'zh-CN' };
 // ---------------------------------------------------------------------------------------------------------------
 // Lists
 
-export class IntList extends Int32Array {}
-export class FloatList extends Float32Array {}
+/** Lists print as the scene's values do; `maxItems` cuts a long one. */
+export class IntList extends Int32Array {
+  toString(maxItems?: number): string;
+}
+export class FloatList extends Float32Array {
+  toString(maxItems?: number): string;
+}
 
 /** Three floats a vector, packed: its length is three times the count of vectors. */
 export class VectorList extends Float32Array {
   constructor(vectors: ReadonlyArray<readonly [number, number, number] | { x: number; y: number; z: number }>);
   constructor(numbers: ArrayLike<number> | number);
   constructor(buffer: ArrayBufferLike, byteOffset?: number, length?: number);
+  toString(maxItems?: number): string;
 }
 
 /** Three floats a colour, packed: its length is three times the count of colours. */
@@ -82,6 +100,7 @@ export class ColorList extends Float32Array {
   constructor(colors: ReadonlyArray<readonly [number, number, number] | { r: number; g: number; b: number }>);
   constructor(numbers: ArrayLike<number> | number);
   constructor(buffer: ArrayBufferLike, byteOffset?: number, length?: number);
+  toString(maxItems?: number): string;
 }
 
 // ---------------------------------------------------------------------------------------------------------------

@@ -108,22 +108,14 @@
 
 /* Render control and export. */
 #define PENDING_Kiln_KilnRenderer_setImprovedDefaults ~, 0
-#define PENDING_Kiln_KilnRenderer_setInteractiveSampleLevel ~, 1
 #define PENDING_Kiln_KilnRenderer_setInteractiveNoiseThreshold ~, 1
-#define PENDING_Kiln_KilnRenderer_setInteractiveTimeout ~, 1
-#define PENDING_Kiln_KilnRenderer_setKeepInteractiveRunning ~, 1
-#define PENDING_Kiln_KilnRenderer_getKeepInteractiveRunning ~, 0
 #define PENDING_Kiln_KilnRenderer_serializeScene ~, 1
 #define PENDING_Kiln_KilnRenderer_renderSequence ~, 1
 #define PENDING_Kiln_KilnRenderer_continueSequence ~, 1
 #define PENDING_Kiln_KilnRenderer_exportScene ~, 1
-#define PENDING_Kiln_KilnRenderer_getRTStatistics ~, 0
 #define PENDING_Kiln_KilnRenderer_getBoundingBox ~, 0
-#define PENDING_Kiln_KilnRenderer_isSequenceEnded ~, 1
-#define PENDING_Kiln_KilnRenderer_waitSequenceEnd ~, 1
 #define PENDING_Kiln_KilnRenderer_pickPluginByXY ~, 0
 #define PENDING_Kiln_KilnRenderer_pickPluginsByXY ~, -1
-#define PENDING_Kiln_KilnRenderer_bucketRenderNearest ~,
 #define PENDING_Kiln_KilnRenderer_setRTImageUpdateDifference ~, 0
 #define PENDING_Kiln_KilnRenderer_setRTImageUpdateTimeout ~, 0
 

@@ -1,6 +1,7 @@
 // A renderer's life, its settings and its errors.
 #include "engine/api/renderer_object.h"
 
+#include <algorithm>
 #include <cstring>
 #include <shared_mutex>
 #include <utility>
@@ -39,12 +40,14 @@ scene::PluginId SceneCamera(const scene::Scene& scene) {
       if (reference && IsCamera(scene.Find(reference->id))) return reference->id;
     }
   }
+  // IDs rise from instance to instance.
+  scene::PluginId first = scene::kNoPlugin;
   for (const scene::PluginClass* type : scene::AllClasses()) {
     if (!(type->categories & CategoryBit(scene::Category::kRenderView))) continue;
     const auto ids = scene.Ids(type);
-    if (!ids.empty()) return ids.front();
+    if (!ids.empty()) first = std::min(first, ids.front());
   }
-  return scene::kNoPlugin;
+  return first;
 }
 
 }  // namespace

@@ -40,6 +40,10 @@ struct Settings {
   std::optional<std::string> camera_name{};
   double time = 0;  // frames
   bool animate = false;
+  // Of interactive renders, from the next one on; 0 leaves it to the scene.
+  int interactive_samples = 0;
+  double interactive_seconds = 0;
+  bool keep_running = false;
   void* user_data[kUserDataSlots] = {};
 };
 
@@ -82,6 +86,10 @@ class Renderer {
   bool rendering() const;
   render::State state() const;
   bool SetPaused(bool paused);
+  // Buckets near the pixel come next.
+  void RenderNearest(int x, int y);
+  // Of the render in progress or the last one; nothing before the first.
+  std::optional<render::RenderStatistics> Statistics() const;
   // A copy of the frame as far as it is rendered; null when nothing was.
   image::ImagePtr Snapshot() const;
 

@@ -1,5 +1,4 @@
 // A renderer's renders: start, stop, wait, and the end of everything.
-#include <algorithm>
 #include <shared_mutex>
 #include <utility>
 
@@ -13,17 +12,6 @@ using std::chrono::milliseconds;
 // How often a stop is asked for again: another thread may have begun a new render in the meantime.
 constexpr milliseconds kStopInterval{50};
 constexpr milliseconds kForever = milliseconds::max();
-
-// The part of the region that lies in the image; nothing when none does.
-std::optional<render::Bucket> Clip(const KilnRenderRegion& region, ImageSize size) {
-  const int64_t left = std::clamp<int64_t>(region.left, 0, size.width);
-  const int64_t top = std::clamp<int64_t>(region.top, 0, size.height);
-  const int64_t right = std::clamp<int64_t>(int64_t{region.left} + region.width, left, size.width);
-  const int64_t bottom = std::clamp<int64_t>(int64_t{region.top} + region.height, top, size.height);
-  if (left == right || top == bottom) return std::nullopt;
-  return render::Bucket{static_cast<int>(left), static_cast<int>(top), static_cast<int>(right - left),
-                        static_cast<int>(bottom - top)};
-}
 
 render::RegionF Normalise(const KilnCropRegion& crop) {
   const auto width = static_cast<float>(crop.srcWidth);
@@ -43,7 +31,14 @@ render::RenderOptions Renderer::MakeRenderOptions() const {
   options.mode = settings_.mode;
   options.threads = settings_.threads;
   options.time = settings_.time;
-  if (settings_.region) options.region = Clip(*settings_.region, size);
+  if (options.mode == render::Mode::kInteractive) {
+    options.samples = settings_.interactive_samples;
+    options.time_limit = settings_.interactive_seconds;
+    options.keep_running = settings_.keep_running;
+  }
+  if (const auto& region = settings_.region) {
+    options.region = render::Bucket{region->left, region->top, region->width, region->height};
+  }
   if (settings_.crop) options.crop = Normalise(*settings_.crop);
   return options;
 }
@@ -113,6 +108,15 @@ bool Renderer::SetPaused(bool paused) {
   return running && running->SetPaused(paused);
 }
 
+void Renderer::RenderNearest(int x, int y) {
+  if (const SessionPtr running = session()) running->RenderNearest(x, y);
+}
+
+std::optional<render::RenderStatistics> Renderer::Statistics() const {
+  const SessionPtr running = session();
+  return running ? std::optional(running->statistics()) : std::nullopt;
+}
+
 image::ImagePtr Renderer::Snapshot() const {
   const SessionPtr running = session();
   return image::ImagePtr(running ? running->Snapshot() : nullptr);
@@ -155,8 +159,9 @@ void Renderer::Close() {
     last = std::move(session_);
   }
   if (last) EndRender(*last, kForever);
-  last.reset();
+  // The session's end waits for an event that it is about to queue.
   events.EndPacing();
+  last.reset();
   events.OnRendererClosed();
   events.Close();
 }
@@ -170,6 +175,7 @@ void Renderer::Abandon(milliseconds render_limit, milliseconds callback_limit) {
   }
   // A session that does not end in time is left to the system, with the process.
   if (last && !EndRender(*last, render_limit)) static_cast<void>(new SessionPtr(last));
+  events.EndPacing();
   last.reset();
   events.Close(callback_limit);
 }

@@ -55,6 +55,36 @@ int32_t Kiln_KilnRenderer_getRenderMode(KilnRendererHandle renderer) {
   });
 }
 
+int32_t Kiln_KilnRenderer_setInteractiveSampleLevel(KilnRendererHandle renderer, int32_t level) {
+  return WithRenderer<int32_t>(renderer, 1, [&](Renderer& r) {
+    if (level < 0) return 1;
+    r.WithSettings([&](Settings& settings) { settings.interactive_samples = level; });
+    return 0;
+  });
+}
+
+// In milliseconds.
+int32_t Kiln_KilnRenderer_setInteractiveTimeout(KilnRendererHandle renderer, int32_t timeout) {
+  return WithRenderer<int32_t>(renderer, 1, [&](Renderer& r) {
+    if (timeout < 0) return 1;
+    r.WithSettings([&](Settings& settings) { settings.interactive_seconds = timeout / 1000.0; });
+    return 0;
+  });
+}
+
+int32_t Kiln_KilnRenderer_setKeepInteractiveRunning(KilnRendererHandle renderer, int32_t keep) {
+  return WithRenderer<int32_t>(renderer, 1, [&](Renderer& r) {
+    r.WithSettings([&](Settings& settings) { settings.keep_running = keep != 0; });
+    return 0;
+  });
+}
+
+int32_t Kiln_KilnRenderer_getKeepInteractiveRunning(KilnRendererHandle renderer) {
+  return WithRenderer<int32_t>(renderer, 0, [](Renderer& r) {
+    return r.WithSettings([](const Settings& settings) { return settings.keep_running; });
+  });
+}
+
 int32_t Kiln_KilnRenderer_setNumThreads(KilnRendererHandle renderer, int32_t threads) {
   return WithRenderer<int32_t>(renderer, 0, [&](Renderer& r) {
     if (r.rendering()) return Refuse(r, ApiError::kNotWhileRendering);

@@ -9,6 +9,7 @@
 #include <limits>
 #include <nlohmann/json.hpp>
 
+#include "engine/formats/base64.h"
 #include "engine/formats/gltf_schema.h"
 #include "engine/formats/model_import_failure.h"
 #include "engine/formats/model_import_files.h"
@@ -143,39 +144,15 @@ void RefuseUnsupported(const Json& document) {
   }
 }
 
-int Base64Digit(char c) {
-  if (c >= 'A' && c <= 'Z') return c - 'A';
-  if (c >= 'a' && c <= 'z') return c - 'a' + 26;
-  if (c >= '0' && c <= '9') return c - '0' + 52;
-  if (c == '+' || c == '-') return 62;
-  if (c == '/' || c == '_') return 63;
-  return -1;
-}
-
-std::vector<std::byte> DecodeBase64(std::string_view text, const std::string& label) {
-  while (!text.empty() && text.back() == '=') text.remove_suffix(1);
-  std::vector<std::byte> bytes;
-  bytes.reserve(text.size() / 4 * 3 + 3);
-  uint32_t bits = 0;
-  int count = 0;
-  for (const char c : text) {
-    const int digit = Base64Digit(c);
-    if (digit < 0) throw ImportFailure(fmt::format("the data URI of {} is not base64", label));
-    bits = bits << 6 | static_cast<uint32_t>(digit);
-    count += 6;
-    if (count >= 8) {
-      count -= 8;
-      bytes.push_back(static_cast<std::byte>(bits >> count & 0xFF));
-    }
-  }
-  return bytes;
-}
-
 std::vector<std::byte> DecodeDataUri(std::string_view uri, const std::string& label) {
   const size_t comma = uri.find(',');
   if (comma == std::string_view::npos)
     throw ImportFailure(fmt::format("the data URI of {} has no data", label));
-  if (uri.substr(0, comma).ends_with(";base64")) return DecodeBase64(uri.substr(comma + 1), label);
+  if (uri.substr(0, comma).ends_with(";base64")) {
+    std::optional<std::vector<std::byte>> bytes = DecodeBase64(uri.substr(comma + 1));
+    if (!bytes) throw ImportFailure(fmt::format("the data URI of {} is not base64", label));
+    return std::move(*bytes);
+  }
   const std::string text = DecodeUri(uri.substr(comma + 1));
   const auto* data = reinterpret_cast<const std::byte*>(text.data());
   return {data, data + text.size()};

@@ -71,9 +71,9 @@ Color BaseOf(Color diffuse, Color specular, double metalness) {
 }  // namespace
 
 void GltfMaterials::SetColor(Handle handle, const char* property, const GltfTextureUse& use, ColorSpace space,
-                             Color factor) {
+                             Color factor, float alpha) {
   // Black times anything is black: no texture is loaded for it.
-  const auto texture = IsBlack(factor) ? std::nullopt : textures_.Get(use, space, factor);
+  const auto texture = IsBlack(factor) ? std::nullopt : textures_.Get(use, space, factor, alpha);
   if (texture) {
     stage_.Set(handle, property, stage_.Ref(*texture));
   } else {
@@ -84,9 +84,7 @@ void GltfMaterials::SetColor(Handle handle, const char* property, const GltfText
 void GltfMaterials::SetScalar(Handle handle, const char* property, const GltfTextureUse& use,
                               uint32_t channel, double factor) {
   const float f = Unit(factor);
-  // The multiplier of a texture acts on its colour; its alpha has none, so there the factor must be 1.
-  const Color multiply = channel == kAlpha ? Color{1, 1, 1} : Color{f, f, f};
-  const auto texture = f == 0 ? std::nullopt : textures_.Get(use, ColorSpace::kRaw, multiply);
+  const auto texture = f == 0 ? std::nullopt : textures_.Get(use, ColorSpace::kRaw, {f, f, f}, f);
   if (texture) {
     stage_.Set(handle, property, stage_.Ref(*texture, channel));
   } else {
@@ -95,22 +93,18 @@ void GltfMaterials::SetScalar(Handle handle, const char* property, const GltfTex
 }
 
 void GltfMaterials::SetOpacity(Handle handle, const tinygltf::Material& material, const GltfTextureUse& base,
-                               double alpha) {
+                               Color factor, double alpha) {
   if (material.alphaMode != "MASK" && material.alphaMode != "BLEND") return;
   const bool mask = material.alphaMode == "MASK";
   stage_.Set(handle, "alphaMode", mask ? 1 : 2);
-  const auto texture = alpha <= 0 ? std::nullopt : textures_.Get(base, ColorSpace::kSrgb);
-  if (!texture) {
-    stage_.Set(handle, "opacity", Unit(alpha));
-    if (mask) stage_.Set(handle, "alphaCutoff", Unit(material.alphaCutoff));
-    return;
-  }
-  stage_.Set(handle, "opacity", stage_.Ref(*texture, kAlpha));
-  if (mask) {
-    // Comparing the texture with cutoff / factor is comparing their product with the cutoff.
-    stage_.Set(handle, "alphaCutoff", NotNegative(material.alphaCutoff / alpha));
-  } else if (alpha != 1) {
-    stage_.Note("material '" + material.name + "' blends a texture with a factor; the factor was left out");
+  if (mask) stage_.Set(handle, "alphaCutoff", NotNegative(material.alphaCutoff));
+  const float a = Unit(alpha);
+  // With the same factors as the base colour it is the same instance.
+  const auto texture = a == 0 ? std::nullopt : textures_.Get(base, ColorSpace::kSrgb, factor, a);
+  if (texture) {
+    stage_.Set(handle, "opacity", stage_.Ref(*texture, kAlpha));
+  } else {
+    stage_.Set(handle, "opacity", a);
   }
 }
 
@@ -124,9 +118,9 @@ void GltfMaterials::SetSpecularGlossiness(Handle handle, const tinygltf::Materia
   const GltfTextureUse base = TextureUse(extension, "diffuseTexture");
   const bool textured = extension.Has("specularGlossinessTexture");
   const double metalness = textured ? 0 : Metalness(diffuse, specular);
-  SetColor(handle, "baseColor", base, ColorSpace::kSrgb,
-           textured ? diffuse : BaseOf(diffuse, specular, metalness));
-  SetOpacity(handle, material, base, alpha);
+  const Color factor = textured ? diffuse : BaseOf(diffuse, specular, metalness);
+  SetColor(handle, "baseColor", base, ColorSpace::kSrgb, factor, Unit(alpha));
+  SetOpacity(handle, material, base, factor, alpha);
   stage_.Set(handle, "metallic", static_cast<float>(metalness));
   stage_.Set(handle, "roughness", Unit(1 - NumberOr(extension, "glossinessFactor", 1)));
 }
@@ -135,8 +129,10 @@ void GltfMaterials::SetBase(Handle handle, const tinygltf::Material& material) {
   const auto& pbr = material.pbrMetallicRoughness;
   const GltfTextureUse base =
       TextureUse(pbr.baseColorTexture.index, pbr.baseColorTexture.texCoord, pbr.baseColorTexture.extensions);
-  SetColor(handle, "baseColor", base, ColorSpace::kSrgb, ToColor(pbr.baseColorFactor, {1, 1, 1}));
-  SetOpacity(handle, material, base, pbr.baseColorFactor.size() == 4 ? pbr.baseColorFactor[3] : 1);
+  const Color factor = ToColor(pbr.baseColorFactor, {1, 1, 1});
+  const double alpha = pbr.baseColorFactor.size() == 4 ? pbr.baseColorFactor[3] : 1;
+  SetColor(handle, "baseColor", base, ColorSpace::kSrgb, factor, Unit(alpha));
+  SetOpacity(handle, material, base, factor, alpha);
   stage_.Set(handle, "metallic", Unit(pbr.metallicFactor));
   stage_.Set(handle, "roughness", Unit(pbr.roughnessFactor));
   const auto& packed = pbr.metallicRoughnessTexture;
@@ -159,8 +155,10 @@ void GltfMaterials::SetUnlit(Handle handle, const tinygltf::Material& material) 
   const auto& pbr = material.pbrMetallicRoughness;
   const GltfTextureUse base =
       TextureUse(pbr.baseColorTexture.index, pbr.baseColorTexture.texCoord, pbr.baseColorTexture.extensions);
-  SetColor(handle, "emission", base, ColorSpace::kSrgb, ToColor(pbr.baseColorFactor, {1, 1, 1}));
-  SetOpacity(handle, material, base, pbr.baseColorFactor.size() == 4 ? pbr.baseColorFactor[3] : 1);
+  const Color factor = ToColor(pbr.baseColorFactor, {1, 1, 1});
+  const double alpha = pbr.baseColorFactor.size() == 4 ? pbr.baseColorFactor[3] : 1;
+  SetColor(handle, "emission", base, ColorSpace::kSrgb, factor, Unit(alpha));
+  SetOpacity(handle, material, base, factor, alpha);
   stage_.Set(handle, "baseColor", Color{0, 0, 0});
   stage_.Set(handle, "metallic", 0.0f);
   stage_.Set(handle, "roughness", 1.0f);
@@ -200,8 +198,7 @@ void GltfMaterials::SetTransmission(Handle handle, const tinygltf::ExtensionMap&
               NumberOr(*transmission, "transmissionFactor", 0));
   }
   if (const auto* ior = Find(extensions, "KHR_materials_ior")) {
-    // Below 1 the format knows only 0, which asks for a full reflection that the factor can't express.
-    stage_.Set(handle, "ior", static_cast<float>(std::max(NumberOr(*ior, "ior", 1.5), 1.0)));
+    stage_.Set(handle, "ior", NotNegative(NumberOr(*ior, "ior", 1.5)));
   }
   if (const auto* volume = Find(extensions, "KHR_materials_volume")) {
     stage_.Set(handle, "thickness", NotNegative(NumberOr(*volume, "thicknessFactor", 0)));

@@ -27,12 +27,12 @@ class GltfMaterials {
   using Handle = ImportStage::Handle;
 
   void SetColor(Handle handle, const char* property, const GltfTextureUse& use, ColorSpace space,
-                Color factor);
+                Color factor, float alpha = 1);
   // A factor times one channel of a texture: 1 alpha, 2 red, 3 green, 4 blue.
   void SetScalar(Handle handle, const char* property, const GltfTextureUse& use, uint32_t channel,
                  double factor);
   void SetBase(Handle handle, const tinygltf::Material& material);
-  void SetOpacity(Handle handle, const tinygltf::Material& material, const GltfTextureUse& base,
+  void SetOpacity(Handle handle, const tinygltf::Material& material, const GltfTextureUse& base, Color factor,
                   double alpha);
   void SetSpecularGlossiness(Handle handle, const tinygltf::Material& material,
                              const tinygltf::Value& extension);

@@ -108,7 +108,8 @@ void GltfTextures::SetSampler(Handle handle, int index) {
   if (sampler.magFilter == TINYGLTF_TEXTURE_FILTER_NEAREST) stage_.Set(handle, "filter", 0);
 }
 
-std::optional<Handle> GltfTextures::Get(const GltfTextureUse& use, ColorSpace space, Color multiply) {
+std::optional<Handle> GltfTextures::Get(const GltfTextureUse& use, ColorSpace space, Color multiply,
+                                        float multiply_alpha) {
   if (!use.present()) return std::nullopt;
   const tinygltf::Texture& texture = document_.model.textures[use.texture];
   const std::optional<int> image_index = ImageOf(texture);
@@ -130,7 +131,8 @@ std::optional<Handle> GltfTextures::Get(const GltfTextureUse& use, ColorSpace sp
                                   use.rotation,
                                   multiply.r,
                                   multiply.g,
-                                  multiply.b};
+                                  multiply.b,
+                                  multiply_alpha};
   const auto known = known_.find(key);
   if (known != known_.end()) return known->second;
 
@@ -145,6 +147,7 @@ std::optional<Handle> GltfTextures::Get(const GltfTextureUse& use, ColorSpace sp
   stage_.Set(handle, "uvScale", use.scale);
   stage_.Set(handle, "uvRotation", use.rotation);
   if (multiply != Color{1, 1, 1}) stage_.Set(handle, "multiply", multiply);
+  if (multiply_alpha != 1) stage_.Set(handle, "multiplyAlpha", multiply_alpha);
   known_.emplace(key, handle);
   return handle;
 }

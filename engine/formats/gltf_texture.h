@@ -34,11 +34,11 @@ class GltfTextures {
   GltfTextures(const GltfDocument& document, ImportStage& stage, const std::filesystem::path& base_dir)
       : document_(document), stage_(stage), base_dir_(base_dir) {}
 
-  // The instance for a use, its colours multiplied by `multiply`; nothing where no texture is used, or where
+  // The instance for a use, its colours and its alpha multiplied; nothing where no texture is used, or where
   // its image is of a kind that can't be decoded, which leaves a note. Throws ImportFailure when a file is
   // missing.
   std::optional<ImportStage::Handle> Get(const GltfTextureUse& use, ColorSpace space,
-                                         Color multiply = {1, 1, 1});
+                                         Color multiply = {1, 1, 1}, float multiply_alpha = 1);
 
  private:
   std::optional<int> ImageOf(const tinygltf::Texture& texture);

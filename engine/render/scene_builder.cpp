@@ -14,7 +14,8 @@ namespace {
 class DefaultMaterial : public Material {
  public:
   void Evaluate(const ShadingPoint& point, Bsdf* bsdf) const override {
-    bsdf->Begin(Frame(point.normal), point.geometric_normal);
+    const float side = point.backfacing ? -1.0f : 1.0f;
+    bsdf->Begin(Frame(point.normal * side), point.geometric_normal * side);
     bsdf->AddDiffuse({0.5f, 0.5f, 0.5f});
   }
 };

@@ -5,6 +5,8 @@ const { EXIT } = require('./failure.js');
 const { libraryState, loadPackage } = require('./library.js');
 const { version } = require('../../package.json');
 
+const SHOWN_NAMES = 5;
+
 function collect() {
   const kiln = loadPackage();
   const library = libraryState(kiln);
@@ -25,6 +27,12 @@ function collect() {
   return info;
 }
 
+/** The first names of a list that may be hundreds long; --json has them all. */
+function someNames(names) {
+  const shown = names.slice(0, SHOWN_NAMES).join(', ');
+  return names.length > SHOWN_NAMES ? `${shown} and ${names.length - SHOWN_NAMES} more` : shown;
+}
+
 function asText(info) {
   const lines = [
     ['package', info.package],
@@ -36,7 +44,7 @@ function asText(info) {
     lines.push(['api', info.api], ['kiln', info.kiln]);
     if (info.details) lines.push(['details', info.details]);
   }
-  if (info.missing.length > 0) lines.push(['missing', info.missing.join(', ')]);
+  if (info.missing.length > 0) lines.push(['missing', someNames(info.missing)]);
   return lines.map(([key, value]) => `${key.padEnd(9)}${value}\n`).join('');
 }
 

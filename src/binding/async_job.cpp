@@ -4,7 +4,7 @@
 
 #include "binding/error.h"
 
-namespace kiln {
+namespace KilnNodeWrapper {
 namespace {
 
 void Work(uv_work_t* work) {
@@ -68,4 +68,4 @@ int FinishWithStatus(Environment& environment, bool ok, const char* error_text,
   return MakeError(environment.isolate(), error_text).ToLocal(&arguments[0]) ? 1 : kNoCall;
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

@@ -20,7 +20,7 @@
 #include "binding/environment.h"
 #include "binding/members.h"
 
-namespace kiln {
+namespace KilnNodeWrapper {
 
 inline constexpr int kMaxCallbackArguments = 4;
 inline constexpr int kNoCall = -1;
@@ -72,4 +72,4 @@ inline v8::Local<v8::Function> CallbackAt(const Arguments& info, int index) {
 int FinishWithStatus(Environment& environment, bool ok, const char* error_text,
                      v8::Local<v8::Value>* arguments);
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

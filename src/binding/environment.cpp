@@ -3,7 +3,7 @@
 #include "binding/async_job.h"
 #include "binding/kept_object.h"
 
-namespace kiln {
+namespace KilnNodeWrapper {
 namespace {
 
 template <class Node>
@@ -85,4 +85,4 @@ void Environment::Remove(AsyncJob* job) {
   Drop();
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

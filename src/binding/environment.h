@@ -10,7 +10,7 @@
 #include "binding/v8_compat.h"
 #include "module_context.h"
 
-namespace kiln {
+namespace KilnNodeWrapper {
 
 struct AsyncJob;
 class ReleaseQueue;
@@ -93,4 +93,4 @@ Environment& EnvironmentOf(const Info& info) {
   return Environment::Of(info.Data());
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

@@ -4,7 +4,7 @@
 
 #include "binding/text.h"
 
-namespace kiln {
+namespace KilnNodeWrapper {
 namespace {
 
 void ThrowMade(v8::Isolate* isolate, const char* text, v8::Local<v8::Value> (*make)(v8::Local<v8::String>)) {
@@ -39,4 +39,4 @@ void ReportCaught(v8::Isolate* isolate, v8::TryCatch& try_catch) {
   if (try_catch.HasCaught() && !try_catch.HasTerminated()) node::FatalException(isolate, try_catch);
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

@@ -3,7 +3,7 @@
 
 #include <v8.h>
 
-namespace kiln {
+namespace KilnNodeWrapper {
 
 // Throw and return; the caller returns at once. JavaScript thread.
 void ThrowError(v8::Isolate* isolate, const char* text);
@@ -16,4 +16,4 @@ v8::MaybeLocal<v8::Value> MakeError(v8::Isolate* isolate, const char* text);
 // because the host would abort over it.
 void ReportCaught(v8::Isolate* isolate, v8::TryCatch& try_catch);
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

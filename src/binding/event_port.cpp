@@ -2,7 +2,7 @@
 
 #include <mutex>
 
-namespace kiln {
+namespace KilnNodeWrapper {
 namespace {
 
 // The open ports of the process, for its exit. The mutex has no destructor to run before the exit handler
@@ -75,4 +75,4 @@ void WakePortsAtExit() {
   std::atexit(WakeAllPorts);
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

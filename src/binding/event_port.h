@@ -14,7 +14,7 @@
 
 #include "binding/environment.h"
 
-namespace kiln {
+namespace KilnNodeWrapper {
 
 struct EventPort {
   uv_async_t async;  // its data is the owner
@@ -59,4 +59,4 @@ PortOf<Event>* NewPort(Environment& environment, void* owner, uv_async_cb handle
   return port;
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

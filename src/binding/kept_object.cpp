@@ -5,7 +5,7 @@
 #include <unordered_set>
 #include <vector>
 
-namespace kiln {
+namespace KilnNodeWrapper {
 
 struct KeptObject {
   std::shared_ptr<ReleaseQueue> queue;
@@ -111,4 +111,4 @@ void CloseReleaseQueue(Environment& environment) {
   environment.release_queue.reset();
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

@@ -8,7 +8,7 @@
 
 #include "binding/environment.h"
 
-namespace kiln {
+namespace KilnNodeWrapper {
 
 // JavaScript thread. The cookie to hand to the SDK along with ReleaseKeptObject.
 void* KeepObject(Environment& environment, v8::Local<v8::Object> object);
@@ -20,4 +20,4 @@ void ReleaseKeptObject(void* memory, uint64_t size, void* cookie);
 // The environment's end: every object goes now; cookies that are still out stay valid.
 void CloseReleaseQueue(Environment& environment);
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

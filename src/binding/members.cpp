@@ -4,7 +4,7 @@
 
 #include "binding/text.h"
 
-namespace kiln {
+namespace KilnNodeWrapper {
 namespace {
 
 // A native data property without a setter becomes an ordinary one on the first write; one that swallows the
@@ -123,4 +123,4 @@ void ConstructAgain(const Arguments& info, v8::Local<v8::FunctionTemplate> targe
   }
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

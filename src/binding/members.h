@@ -10,7 +10,7 @@
 
 #include "binding/v8_compat.h"
 
-namespace kiln {
+namespace KilnNodeWrapper {
 
 using Arguments = v8::FunctionCallbackInfo<v8::Value>;
 using GetterInfo = compat::AccessorGetterInfo;
@@ -77,4 +77,4 @@ inline double NumberOf(uint64_t value) {
   return static_cast<double>(value);
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

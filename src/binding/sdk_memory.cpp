@@ -8,7 +8,7 @@
 #include "binding/v8_compat.h"
 #include "module/sdk_library.h"
 
-namespace kiln {
+namespace KilnNodeWrapper {
 namespace {
 
 // V8 calls it on a thread of its own, so it touches no V8 and the library is kept from going away meanwhile.
@@ -47,4 +47,4 @@ v8::MaybeLocal<v8::Object> AdoptBlockAsBuffer(v8::Isolate* isolate, void* block,
   return buffer;
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

@@ -6,7 +6,7 @@
 
 #include <cstddef>
 
-namespace kiln {
+namespace KilnNodeWrapper {
 
 // An ArrayBuffer over a block that the SDK handed over, which is given back when the buffer is collected or
 // detached, as long as the library is loaded. On failure the block is given back at once. The block may be
@@ -19,4 +19,4 @@ v8::MaybeLocal<v8::Object> AdoptBlockAsBuffer(v8::Isolate* isolate, void* block,
 // thread.
 void ReleaseBlock(void* block);
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

@@ -5,7 +5,7 @@
 
 #include "binding/v8_compat.h"
 
-namespace kiln {
+namespace KilnNodeWrapper {
 namespace {
 
 char Lower(char c) {
@@ -70,4 +70,4 @@ bool EqualsIgnoringCase(std::string_view a, std::string_view b) {
                     [](char x, char y) { return Lower(x) == Lower(y); });
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

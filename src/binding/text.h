@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace kiln {
+namespace KilnNodeWrapper {
 
 // The UTF-8 form of a string as a C text. Short texts stay inside the object.
 class Text {
@@ -46,4 +46,4 @@ v8::MaybeLocal<v8::String> NewName(v8::Isolate* isolate, std::string_view text);
 // ASCII comparison without regard to case, as all type strings and option keys are compared.
 bool EqualsIgnoringCase(std::string_view a, std::string_view b);
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

@@ -13,7 +13,7 @@
 #define KILN_V8_AT_LEAST(major, minor) \
   (V8_MAJOR_VERSION > (major) || (V8_MAJOR_VERSION == (major) && V8_MINOR_VERSION >= (minor)))
 
-namespace kiln::compat {
+namespace KilnNodeWrapper::compat {
 
 // External memory under an ArrayBuffer is forbidden where V8 runs with its sandbox.
 #if defined(V8_ENABLE_SANDBOX) || defined(KILN_COPY_BUFFERS)
@@ -139,4 +139,4 @@ size_t WriteUtf8(v8::Isolate* isolate, v8::Local<String> text, char* buffer, siz
   }
 }
 
-}  // namespace kiln::compat
+}  // namespace KilnNodeWrapper::compat

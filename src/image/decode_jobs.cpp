@@ -10,8 +10,10 @@
 #include "module/module.h"
 #include "renderer/kiln_renderer.h"
 
-namespace kiln {
+namespace KilnNodeWrapper {
 namespace {
+
+using KilnRendererNodeWrapper::RendererHandleOf;
 
 // The Buffer and the renderer stay alive until the job has settled: the pool thread reads the Buffer itself.
 struct DecodeJob {
@@ -94,4 +96,4 @@ void CreateFromBufferSync(const Arguments& info) {
     info.GetReturnValue().Set(object);
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

@@ -9,8 +9,10 @@
 #include "module/sdk_library.h"
 #include "renderer/kiln_renderer.h"
 
-namespace kiln {
+namespace KilnNodeWrapper {
 namespace {
+
+using KilnRendererNodeWrapper::RendererHandleOf;
 
 // What is to be encoded, and how. The meaning of the flags, of quality 0 and of depth 0 is the SDK's.
 struct Encoding {
@@ -242,4 +244,4 @@ void SaveSync(const Arguments& info) {
   info.GetReturnValue().Set(EncodeToFile(encoding, file.c_str()) != 0);
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

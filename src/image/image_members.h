@@ -6,7 +6,7 @@
 #include "binding/members.h"
 #include "image.h"
 
-namespace kiln {
+namespace KilnNodeWrapper {
 
 // The receiver's handle; null after throwing that the image is closed.
 KilnImageHandle OpenImageOf(const Arguments& info);
@@ -54,4 +54,4 @@ void GetFitOutSync(const Arguments& info);
 void GetCutIn(const Arguments& info);
 void GetCutInSync(const Arguments& info);
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

@@ -7,7 +7,7 @@
 #include "image/kiln_image.h"
 #include "module/sdk_library.h"
 
-namespace kiln {
+namespace KilnNodeWrapper {
 namespace {
 
 v8::Local<v8::ArrayBuffer> BufferOf(v8::Local<v8::Value> array) {
@@ -115,4 +115,4 @@ v8::MaybeLocal<v8::Float32Array> PixelArray(Environment& environment, v8::Local<
   return v8::Float32Array::New(copy, 0, count);
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

@@ -9,7 +9,7 @@
 #include "binding/environment.h"
 #include "image.h"
 
-namespace kiln {
+namespace KilnNodeWrapper {
 
 // Takes the handle over, also on failure, which leaves an exception pending or nothing.
 bool StoreImage(Environment& environment, v8::Local<v8::Object> object, KilnImageHandle handle);
@@ -20,4 +20,4 @@ void CloseImage(v8::Local<v8::Object> object);
 v8::MaybeLocal<v8::Float32Array> PixelArray(Environment& environment, v8::Local<v8::Object> object,
                                             KilnImageHandle handle, void* pixels, size_t count);
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

@@ -11,7 +11,7 @@
 #include "module/module.h"
 #include "module/sdk_library.h"
 
-namespace kiln {
+namespace KilnNodeWrapper {
 namespace {
 
 bool Set(v8::Isolate* isolate, v8::Local<v8::Object> object, const char* key, v8::Local<v8::Value> value) {
@@ -222,4 +222,4 @@ KilnImageHandle DecodeImage(ImageKind kind, const void* data, uint64_t size, voi
   }
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

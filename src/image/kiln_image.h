@@ -4,7 +4,7 @@
 #include "binding/environment.h"
 #include "image.h"
 
-namespace kiln {
+namespace KilnNodeWrapper {
 
 void RegisterKilnImage(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object> exports);
 
@@ -16,4 +16,4 @@ KilnImageHandle imageHandleOf(v8::Local<v8::Object> image);
 v8::MaybeLocal<v8::Object> wrapImageHandle(Environment& environment, KilnImageHandle handle, int32_t x,
                                            int32_t y, const char* host);
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

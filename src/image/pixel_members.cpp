@@ -10,8 +10,11 @@
 #include "module/sdk_library.h"
 #include "values/typed_lists.h"
 
-namespace kiln {
+namespace KilnNodeWrapper {
 namespace {
+
+using KilnValuesNodeWrapper::ListKind;
+using KilnValuesNodeWrapper::SetListPrototype;
 
 using FloatChange = int32_t (*SdkTable::*)(KilnImageHandle, float);
 
@@ -265,4 +268,4 @@ void ToIntList(const Arguments& info) {
   info.GetReturnValue().Set(v8::Int32Array::New(memory, 0, elements));
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

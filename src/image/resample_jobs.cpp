@@ -7,7 +7,7 @@
 #include "image/kiln_image.h"
 #include "module/sdk_library.h"
 
-namespace kiln {
+namespace KilnNodeWrapper {
 namespace {
 
 using ResampleFunction = KilnImageHandle (*SdkTable::*)(KilnImageHandle, int32_t, int32_t);
@@ -187,4 +187,4 @@ void GetDownscaledCroppedSync(const Arguments& info) {
   job.Return(info);
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

@@ -9,7 +9,7 @@
 #include <cstring>
 #include <optional>
 
-namespace kiln {
+namespace KilnNodeWrapper {
 namespace {
 
 class File {
@@ -115,4 +115,4 @@ ElfFile InspectElfFile(const std::string& path) {
   return result;
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

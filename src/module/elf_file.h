@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-namespace kiln {
+namespace KilnNodeWrapper {
 
 struct ElfFile {
   std::string error;                // why it can't be loaded; empty when it can
@@ -15,4 +15,4 @@ struct ElfFile {
 // file without complaint and raises SIGBUS when it touches the missing part.
 ElfFile InspectElfFile(const std::string& path);
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

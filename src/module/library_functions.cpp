@@ -4,7 +4,7 @@
 #include "module/module.h"
 #include "module/sdk_library.h"
 
-namespace kiln {
+namespace KilnNodeWrapper {
 
 std::atomic<int32_t> liveObjectCounter{0};
 
@@ -88,4 +88,4 @@ bool EnsureBound(v8::Isolate* isolate) {
   return false;
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

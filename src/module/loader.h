@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace kiln::loader {
+namespace KilnNodeWrapper::loader {
 
 // The file name of the library on this platform.
 extern const std::string_view kDefaultName;
@@ -31,4 +31,4 @@ std::string LastFailure();
 // An environment variable as UTF-8; false when it is not set.
 bool ReadVariable(const char* name, std::string* value);
 
-}  // namespace kiln::loader
+}  // namespace KilnNodeWrapper::loader

@@ -10,7 +10,7 @@
 #include "module/elf_file.h"
 #include "module/loader.h"
 
-namespace kiln::loader {
+namespace KilnNodeWrapper::loader {
 
 const std::string_view kDefaultName = "libKilnSDKLibrary.so";
 
@@ -115,4 +115,4 @@ bool ReadVariable(const char* name, std::string* value) {
   return true;
 }
 
-}  // namespace kiln::loader
+}  // namespace KilnNodeWrapper::loader

@@ -6,7 +6,7 @@
 
 #include "module/loader.h"
 
-namespace kiln::loader {
+namespace KilnNodeWrapper::loader {
 
 const std::string_view kDefaultName = "libKilnSDKLibrary.dylib";
 
@@ -64,4 +64,4 @@ bool ReadVariable(const char* name, std::string* value) {
   return true;
 }
 
-}  // namespace kiln::loader
+}  // namespace KilnNodeWrapper::loader

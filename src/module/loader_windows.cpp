@@ -7,7 +7,7 @@
 
 #include "module/loader.h"
 
-namespace kiln::loader {
+namespace KilnNodeWrapper::loader {
 
 const std::string_view kDefaultName = "KilnSDKLibrary.dll";
 
@@ -115,4 +115,4 @@ bool ReadVariable(const char* name, std::string* value) {
   return wide.empty() || !value->empty();
 }
 
-}  // namespace kiln::loader
+}  // namespace KilnNodeWrapper::loader

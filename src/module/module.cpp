@@ -12,8 +12,12 @@
 #include "renderer/kiln_renderer.h"
 #include "values/typed_lists.h"
 
-namespace kiln {
+namespace KilnNodeWrapper {
 namespace {
+
+using namespace KilnValuesNodeWrapper;
+using KilnRendererNodeWrapper::CreateKilnRenderer;
+using KilnRendererNodeWrapper::RegisterKilnRenderer;
 
 constexpr Method kModuleFunctions[] = {
     {"enableFrameBuffer", EnableFrameBuffer},
@@ -109,16 +113,17 @@ void FillExports(v8::Isolate* isolate, Environment& environment, v8::Local<v8::O
 }
 
 }  // namespace
-}  // namespace kiln
+}  // namespace KilnNodeWrapper
 
 NODE_MODULE_INIT(/* exports, module, context */) {
   (void)module;
   v8::Isolate* isolate = v8::Isolate::GetCurrent();
   v8::HandleScope scope(isolate);
   v8::Context::Scope context_scope(context);
-  kiln::SdkAfterLoad = kiln::WakePortsAtExit;
-  kiln::FindLibrary();
-  kiln::liveObjectCounter = 0;
-  kiln::frameBufferEnabled = true;
-  kiln::FillExports(isolate, *kiln::Environment::Create(isolate), exports.As<v8::Object>());
+  KilnNodeWrapper::SdkAfterLoad = KilnNodeWrapper::WakePortsAtExit;
+  KilnNodeWrapper::FindLibrary();
+  KilnNodeWrapper::liveObjectCounter = 0;
+  KilnNodeWrapper::frameBufferEnabled = true;
+  KilnNodeWrapper::FillExports(isolate, *KilnNodeWrapper::Environment::Create(isolate),
+                               exports.As<v8::Object>());
 }

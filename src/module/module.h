@@ -9,7 +9,7 @@
 
 #include "binding/members.h"
 
-namespace kiln {
+namespace KilnNodeWrapper {
 
 // Serialises the loads and unloads of module entry, setSDKLibraryPath and close. Lives from static
 // initialisation to process exit.
@@ -45,4 +45,4 @@ void GetMaterialLibraryPath(const Arguments& info);
 void IsDR2(const Arguments& info);
 void Stringify(const Arguments& info);  // stringify.cpp
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

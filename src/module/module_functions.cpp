@@ -7,7 +7,7 @@
 #include "module/process.h"
 #include "module/sdk_library.h"
 
-namespace kiln {
+namespace KilnNodeWrapper {
 
 bool frameBufferEnabled = true;
 
@@ -121,4 +121,4 @@ void SetNumaNode(const Arguments& info) {
   info.GetReturnValue().Set(process::SetNumaNode(pid, static_cast<uint8_t>(node)));
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

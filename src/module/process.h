@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace kiln::process {
+namespace KilnNodeWrapper::process {
 
 enum class Priority { kIdle, kBelowNormal, kNormal, kAboveNormal, kHigh };
 
@@ -14,4 +14,4 @@ bool SetPriority(int32_t pid, Priority priority);
 // not work.
 bool SetNumaNode(int32_t pid, uint8_t node);
 
-}  // namespace kiln::process
+}  // namespace KilnNodeWrapper::process

@@ -9,7 +9,7 @@
 
 #include "module/process.h"
 
-namespace kiln::process {
+namespace KilnNodeWrapper::process {
 namespace {
 
 int Nice(Priority priority) {
@@ -56,4 +56,4 @@ bool SetNumaNode(int32_t pid, uint8_t node) {
          sched_setaffinity(pid, sizeof(processors), &processors) == 0;
 }
 
-}  // namespace kiln::process
+}  // namespace KilnNodeWrapper::process

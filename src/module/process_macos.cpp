@@ -4,7 +4,7 @@
 
 #include "module/process.h"
 
-namespace kiln::process {
+namespace KilnNodeWrapper::process {
 
 bool SetPriority(int32_t pid, Priority priority) {
   static constexpr int kNice[] = {19, 10, 0, -5, -10};
@@ -17,4 +17,4 @@ bool SetNumaNode(int32_t, uint8_t) {
   return false;
 }
 
-}  // namespace kiln::process
+}  // namespace KilnNodeWrapper::process

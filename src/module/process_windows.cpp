@@ -3,7 +3,7 @@
 
 #include "module/process.h"
 
-namespace kiln::process {
+namespace KilnNodeWrapper::process {
 namespace {
 
 class Process {
@@ -54,4 +54,4 @@ bool SetNumaNode(int32_t pid, uint8_t node) {
   return process.handle() && SetProcessAffinityMask(process.handle(), static_cast<DWORD_PTR>(mask)) != 0;
 }
 
-}  // namespace kiln::process
+}  // namespace KilnNodeWrapper::process

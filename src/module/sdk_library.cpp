@@ -5,7 +5,7 @@
 
 #include "module/loader.h"
 
-namespace kiln {
+namespace KilnNodeWrapper {
 
 SdkTable sdk;
 void (*SdkAfterLoad)() = nullptr;
@@ -122,4 +122,4 @@ void SdkForce() {
 
 SdkUse::SdkUse() : lock_(use_mutex) {}
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

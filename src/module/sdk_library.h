@@ -9,7 +9,7 @@
 
 #include "module/sdk_table.h"
 
-namespace kiln {
+namespace KilnNodeWrapper {
 
 enum SdkBindState : int32_t {
   SdkBound = 0,    // loaded, and every name was found
@@ -57,4 +57,4 @@ class SdkUse {
   std::shared_lock<std::shared_mutex> lock_;
 };
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

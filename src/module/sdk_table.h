@@ -13,7 +13,7 @@
 #include "utilities.h"
 #include "values.h"
 
-namespace kiln {
+namespace KilnNodeWrapper {
 
 // One slot per entry point, in sweep order. A slot is never cleared: before the first load, and after an
 // unload, calling through it is what SdkEnsureBound keeps handlers from doing.
@@ -70,4 +70,4 @@ int Sweep(SdkTable& table, Lookup&& lookup, Missing&& missing) {
 // The one table of the process; filled by SdkLoad only.
 extern SdkTable sdk;
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

@@ -7,8 +7,11 @@
 #include "module/module.h"
 #include "values/typed_lists.h"
 
-namespace kiln {
+namespace KilnNodeWrapper {
 namespace {
+
+using KilnValuesNodeWrapper::MaxItems;
+using KilnValuesNodeWrapper::TypedListText;
 
 // Each element goes through the exported function again, with the receiver, the extra arguments and the count
 // of this call. False leaves an exception pending.
@@ -65,4 +68,4 @@ void Stringify(const Arguments& info) {
   info.GetReturnValue().Set(result);
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper

@@ -6,7 +6,7 @@
 #include "binding/text.h"
 #include "renderer/renderer_wrapper.h"
 
-namespace kiln {
+namespace KilnNodeWrapper::KilnRendererNodeWrapper {
 
 struct EventScope {
   v8::Isolate* isolate;
@@ -41,4 +41,4 @@ void HandleEvent(EventPort* port, Body&& body, CleanUp&& clean_up) {
   PostDone(port);
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper::KilnRendererNodeWrapper

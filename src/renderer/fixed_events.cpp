@@ -3,7 +3,7 @@
 #include "renderer/event_frame.h"
 #include "renderer/renderer_events.h"
 
-namespace kiln {
+namespace KilnNodeWrapper::KilnRendererNodeWrapper {
 namespace {
 
 int32_t OnContextMenu(void* memory) {
@@ -108,4 +108,4 @@ const char* StateText(int32_t state) {
   return index >= 0 && index < static_cast<int64_t>(std::size(kTexts)) ? kTexts[index] : nullptr;
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper::KilnRendererNodeWrapper

@@ -2,7 +2,7 @@
 
 #include "module/sdk_library.h"
 
-namespace kiln {
+namespace KilnNodeWrapper::KilnRendererNodeWrapper {
 namespace {
 
 constexpr uint64_t kPeriodMs = 10;
@@ -36,4 +36,4 @@ void LeaveGuiPump(Environment& environment) {
   environment.guiPumpTimer = nullptr;
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper::KilnRendererNodeWrapper

@@ -3,11 +3,11 @@
 
 #include "binding/environment.h"
 
-namespace kiln {
+namespace KilnNodeWrapper::KilnRendererNodeWrapper {
 
 // One more renderer; the first one starts the timer, which keeps the loop alive.
 void JoinGuiPump(Environment& environment);
 // One fewer; the last one stops it.
 void LeaveGuiPump(Environment& environment);
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper::KilnRendererNodeWrapper

@@ -11,7 +11,7 @@
 #include "renderer/renderer_options.h"
 #include "renderer/renderer_wrapper.h"
 
-namespace kiln {
+namespace KilnNodeWrapper::KilnRendererNodeWrapper {
 namespace {
 
 const char* CreationError(uint64_t code) {
@@ -159,4 +159,4 @@ void CreateKilnRenderer(const Arguments& info) {
   Queue(info, CallbackAt(info, callback), std::move(operation));
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper::KilnRendererNodeWrapper

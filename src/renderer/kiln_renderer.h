@@ -7,7 +7,7 @@
 #include "binding/members.h"
 #include "renderer.h"
 
-namespace kiln {
+namespace KilnNodeWrapper::KilnRendererNodeWrapper {
 
 void RegisterKilnRenderer(v8::Isolate* isolate, v8::Local<v8::External> external,
                           v8::Local<v8::Object> exports);
@@ -33,4 +33,4 @@ void GetImage(const Arguments& info);
 void ClearScene(const Arguments& info);
 extern const std::span<const Accessor> kRendererAccessors;  // renderer_properties.cpp
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper::KilnRendererNodeWrapper

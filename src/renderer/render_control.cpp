@@ -8,7 +8,7 @@
 #include "renderer/kiln_renderer.h"
 #include "renderer/renderer_wrapper.h"
 
-namespace kiln {
+namespace KilnNodeWrapper::KilnRendererNodeWrapper {
 namespace {
 
 struct StartRender {
@@ -143,4 +143,4 @@ void ClearScene(const Arguments& info) {
   info.GetReturnValue().Set(sdk.Kiln_KilnRenderer_clearScene(RendererOf(info).renderer) == 0);
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper::KilnRendererNodeWrapper

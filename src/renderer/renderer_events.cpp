@@ -9,7 +9,7 @@
 #include "module/sdk_library.h"
 #include "renderer/event_frame.h"
 
-namespace kiln {
+namespace KilnNodeWrapper::KilnRendererNodeWrapper {
 namespace {
 
 using Values = v8::Local<v8::Value>*;
@@ -304,4 +304,4 @@ void SwitchCallback(const Arguments& info) {
   (sdk.*kRows[target].setter)(wrapper.renderer, enable ? &descriptor : nullptr);
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper::KilnRendererNodeWrapper

@@ -5,7 +5,7 @@
 #include "binding/members.h"
 #include "renderer.h"
 
-namespace kiln {
+namespace KilnNodeWrapper::KilnRendererNodeWrapper {
 
 class RendererWrapper;
 
@@ -49,4 +49,4 @@ void SwitchCallback(const Arguments& info);
 // The text of a state number; null for a number that is none.
 const char* StateText(int32_t state);
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper::KilnRendererNodeWrapper

@@ -5,7 +5,7 @@
 #include "module/sdk_library.h"
 #include "renderer/renderer_wrapper.h"
 
-namespace kiln {
+namespace KilnNodeWrapper::KilnRendererNodeWrapper {
 namespace {
 
 struct FlagKey {
@@ -132,4 +132,4 @@ void GetOptions(v8::Local<v8::Name>, const GetterInfo& info) {
   if (complete) info.GetReturnValue().Set(object);
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper::KilnRendererNodeWrapper

@@ -6,7 +6,7 @@
 #include "binding/members.h"
 #include "renderer.h"
 
-namespace kiln {
+namespace KilnNodeWrapper::KilnRendererNodeWrapper {
 
 // A record with the texts that it points to. The SDK keeps no pointer into it after create has returned.
 class RendererOptions {
@@ -31,4 +31,4 @@ class RendererOptions {
 // The accessor `options`.
 void GetOptions(v8::Local<v8::Name>, const GetterInfo& info);
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper::KilnRendererNodeWrapper

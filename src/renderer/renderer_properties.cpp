@@ -6,7 +6,7 @@
 #include "renderer/renderer_options.h"
 #include "renderer/renderer_wrapper.h"
 
-namespace kiln {
+namespace KilnNodeWrapper::KilnRendererNodeWrapper {
 namespace {
 
 using Name = v8::Local<v8::Name>;
@@ -184,4 +184,4 @@ constexpr Accessor kAccessors[] = {
 
 const std::span<const Accessor> kRendererAccessors = kAccessors;
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper::KilnRendererNodeWrapper

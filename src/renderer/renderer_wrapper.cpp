@@ -4,7 +4,7 @@
 #include "module/sdk_library.h"
 #include "renderer/gui_pump.h"
 
-namespace kiln {
+namespace KilnNodeWrapper::KilnRendererNodeWrapper {
 
 RendererWrapper::RendererWrapper(Environment& environment, v8::Local<v8::Object> object,
                                  KilnRendererHandle handle)
@@ -94,4 +94,4 @@ void RendererWrapper::OnCollected(const v8::WeakCallbackInfo<RendererWrapper>& i
   delete wrapper;
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper::KilnRendererNodeWrapper

@@ -6,7 +6,7 @@
 #include "binding/members.h"
 #include "renderer/renderer_events.h"
 
-namespace kiln {
+namespace KilnNodeWrapper::KilnRendererNodeWrapper {
 
 class RendererWrapper final : public Closable {
  public:
@@ -63,4 +63,4 @@ RendererWrapper& RendererOf(const v8::PropertyCallbackInfo<T>& info) {
   return WrapperOf(compat::Holder(info));
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper::KilnRendererNodeWrapper

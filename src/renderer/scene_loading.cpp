@@ -12,7 +12,7 @@
 #include "renderer/renderer_wrapper.h"
 #include "renderer/scene_sources.h"
 
-namespace kiln {
+namespace KilnNodeWrapper::KilnRendererNodeWrapper {
 namespace {
 
 using LoadFunction = int32_t (*SdkTable::*)(KilnRendererHandle, const char*);
@@ -108,4 +108,4 @@ void LoadFromBufferSync(const Arguments& info) {
   operation.ThrowIfFailed(info.GetIsolate());
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper::KilnRendererNodeWrapper

@@ -8,7 +8,7 @@
 #include "binding/text.h"
 #include "module/sdk_library.h"
 
-namespace kiln {
+namespace KilnNodeWrapper::KilnRendererNodeWrapper {
 namespace {
 
 constexpr int32_t kParserError = 10;
@@ -66,4 +66,4 @@ std::string LoadErrorText(KilnRendererHandle renderer) {
   return result;
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper::KilnRendererNodeWrapper

@@ -8,7 +8,7 @@
 #include "binding/members.h"
 #include "renderer.h"
 
-namespace kiln {
+namespace KilnNodeWrapper::KilnRendererNodeWrapper {
 
 // A primitive string or a String object.
 bool IsText(v8::Local<v8::Value> value);
@@ -24,4 +24,4 @@ KilnSceneBuffer BorrowBuffer(Environment& environment, v8::Local<v8::Object> buf
 // Why the last load of a renderer failed. Any thread.
 std::string LoadErrorText(KilnRendererHandle renderer);
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper::KilnRendererNodeWrapper

@@ -8,7 +8,7 @@
 #include "binding/error.h"
 #include "binding/text.h"
 
-namespace kiln {
+namespace KilnNodeWrapper::KilnValuesNodeWrapper {
 namespace {
 
 struct Form {
@@ -197,4 +197,4 @@ int32_t MaxItems(const Arguments& info) {
   return info[1]->Int32Value(info.GetIsolate()->GetCurrentContext()).FromMaybe(0);
 }
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper::KilnValuesNodeWrapper

@@ -6,7 +6,7 @@
 #include "binding/environment.h"
 #include "binding/members.h"
 
-namespace kiln {
+namespace KilnNodeWrapper::KilnValuesNodeWrapper {
 
 enum class ListKind { kInt, kFloat, kVector, kColor };
 
@@ -28,4 +28,4 @@ int32_t MaxItems(const Arguments& info);
 v8::MaybeLocal<v8::String> TypedListText(Environment& environment, v8::Local<v8::Value> list,
                                          int32_t max_items);
 
-}  // namespace kiln
+}  // namespace KilnNodeWrapper::KilnValuesNodeWrapper

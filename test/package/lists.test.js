@@ -3,11 +3,13 @@
 
 const assert = require('assert');
 const { test } = require('node:test');
+const util = require('util');
+const kiln = require('../../lib/index.js');
 const { IntList, FloatList, VectorList, ColorList, setupLists } = require('../../lib/lists.js');
 
 test('the add-on gets the root and the four prototypes', () => {
   const calls = [];
-  setupLists({ setupKilnTypesInternal: (...args) => calls.push(args) });
+  setupLists({ ...kiln, setupKilnTypesInternal: (...args) => calls.push(args) });
   assert.strictEqual(calls.length, 1);
   const [root, ...prototypes] = calls[0];
   assert.strictEqual(root, Float32Array.prototype);
@@ -44,4 +46,25 @@ test('the arguments of a typed array go through', () => {
   assert.strictEqual(new VectorList(bytes, 12, 3).byteOffset, 12);
   assert.deepStrictEqual([...VectorList.from([7, 8, 9])], [7, 8, 9]);
   assert.deepStrictEqual([...ColorList.of(1, 0, 1)], [1, 0, 1]);
+});
+
+test('lists print as the values of a scene do', () => {
+  assert.strictEqual(String(new IntList([1, -2])), 'IntList(1, -2)');
+  assert.strictEqual(`${new FloatList([0.5])}`, 'FloatList(0.5)');
+  assert.strictEqual(String(new VectorList([[1, 2, 3]])), 'VectorList(Vector(1, 2, 3))');
+  assert.strictEqual(util.inspect({ tint: new ColorList([[1, 0, 0.5]]) }), '{ tint: ColorList(Color(1, 0, 0.5)) }');
+  const long = new VectorList(300);
+  assert.match(util.inspect(long, { maxArrayLength: 2 }), /^VectorList\(Vector\(0, 0, 0\), Vector\(0, 0, 0\), \.\.\. 98 more items\)$/);
+  assert.ok(!util.inspect(long, { maxArrayLength: null }).includes('more items'));
+  assert.match(new IntList(20).toString(3), /17 more items/);
+});
+
+test('the add-on knows the lists by their prototypes', () => {
+  class Path extends VectorList {}
+  assert.strictEqual(kiln.isVectorList(new VectorList(3)), true);
+  assert.strictEqual(kiln.isVectorList(new Path(3)), true);
+  assert.strictEqual(kiln.isVectorList(new ColorList(3)), false);
+  assert.strictEqual(kiln.isVectorList(new Float32Array(3)), false);
+  assert.strictEqual(kiln.isColorList(new ColorList(3)), true);
+  assert.strictEqual(kiln.isColorList(new FloatList(3)), false);
 });
