@@ -236,7 +236,7 @@ uint64_t ToCallArgument(const Json& json, std::vector<std::pair<char*, size_t>>&
   return reinterpret_cast<uint64_t>(address);
 }
 
-Json CallEntry(const std::string& path, int row, const std::vector<Json>& in) {
+Json CallEntry(const std::string& path, int row, const std::vector<Json>& in, bool counted) {
   void* const library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (library == nullptr) return {{"error", dlerror()}};
   const auto invoke = reinterpret_cast<RecorderInvoke>(dlsym(library, "recorder_invoke"));
@@ -246,7 +246,7 @@ Json CallEntry(const std::string& path, int row, const std::vector<Json>& in) {
   arguments.push_back(0);
   Json out;
   {
-    const DirectCall direct;
+    const DirectCall direct(!counted);
     out["b"] = FromWord(invoke(row, arguments.data()));
   }
   out["after"] = Json::array();
@@ -261,7 +261,8 @@ Json CallCommand(const Json& in) {
   const std::vector<Json> arguments = in.at("args");
   if (arguments.size() != Rows()[row].parameters.size())
     throw std::invalid_argument("wrong number of arguments");
-  return Perform(in, [=] { return CallEntry(path, row, arguments); });
+  const bool counted = in.value("counted", false);
+  return Perform(in, [=] { return CallEntry(path, row, arguments, counted); });
 }
 
 Json ResolveCommand(const Json& in) {

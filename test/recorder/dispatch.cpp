@@ -129,8 +129,10 @@ uint64_t Respond(int index, const Row& row, const uint64_t* arguments, Call& cal
 
 }  // namespace
 
-DirectCall::DirectCall() {
-  direct_call = true;
+DirectCall::DirectCall(bool on) {
+  direct_call = on;
+}
+direct_call = true;
 }
 DirectCall::~DirectCall() {
   direct_call = false;

@@ -4,10 +4,10 @@
 
 namespace recorder {
 
-// While one exists, calls of this thread are a test's own and count for no coverage.
+// While one exists that is on, calls of this thread are a test's own and count for no coverage.
 class DirectCall {
  public:
-  DirectCall();
+  explicit DirectCall(bool on);
   ~DirectCall();
   DirectCall(const DirectCall&) = delete;
   DirectCall& operator=(const DirectCall&) = delete;
