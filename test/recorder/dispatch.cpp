@@ -132,8 +132,6 @@ uint64_t Respond(int index, const Row& row, const uint64_t* arguments, Call& cal
 DirectCall::DirectCall(bool on) {
   direct_call = on;
 }
-direct_call = true;
-}
 DirectCall::~DirectCall() {
   direct_call = false;
 }
