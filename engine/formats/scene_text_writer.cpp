@@ -150,7 +150,7 @@ class Writer {
   template <class T>
   void PutData(const scene::Array<T>& elements) {
     if constexpr (!std::is_same_v<T, std::string>) {
-      constexpr size_t kNumbers = sizeof(T) / sizeof(float);
+      constexpr size_t kNumbers = std::is_same_v<T, Vec3> || std::is_same_v<T, Color> ? 3 : 1;
       if (elements.size() * kNumbers > kMaxPlainNumbers) {
         const std::string_view prefix = std::is_same_v<T, int32_t> ? kBase64Ints : kBase64Floats;
         ((text_ += '"') += prefix) +=

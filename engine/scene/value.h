@@ -108,9 +108,11 @@ struct Value {
       data;
 
   Value() = default;
+  // A value is what it holds. The constraint keeps copies from this constructor, which the check does not
+  // see.
   template <class T>
-  requires(!std::is_same_v<std::remove_cvref_t<T>, Value>) Value(T&& value)
-      : data(std::forward<T>(value)) {}  // NOLINT: a value is what it holds
+  // NOLINTNEXTLINE(bugprone-forwarding-reference-overload)
+  requires(!std::is_same_v<std::remove_cvref_t<T>, Value>) Value(T&& value) : data(std::forward<T>(value)) {}
   Value(const char* text) : data(std::string(text)) {}
   bool Empty() const { return std::holds_alternative<std::monostate>(data); }
   template <class T>
