@@ -2,6 +2,7 @@
 #include <shared_mutex>
 #include <utility>
 
+#include "engine/api/render_overrides.h"
 #include "engine/api/renderer_object.h"
 
 namespace kiln::engine::api {
@@ -61,7 +62,11 @@ int32_t Renderer::Start(bool prepare) {
     uncommitted_ = false;
   }
   EndRender(*session, kForever);
-  const render::RenderOptions options = MakeRenderOptions();
+  render::RenderOptions options = MakeRenderOptions();
+  if (!ApplyOverrides(scene, &options)) {
+    SetError(static_cast<int32_t>(ApiError::kNoSuchCamera));
+    return static_cast<int32_t>(ApiError::kNoSuchCamera);
+  }
   events.BeginPacing();
   if (!prepare) {
     session->Start(options);
@@ -158,9 +163,12 @@ void Renderer::Close() {
     closed_ = true;
     last = std::move(session_);
   }
-  if (last) EndRender(*last, kForever);
-  // The session's end waits for an event that it is about to queue.
+  // Without pacing the session's own queue empties into ours, however long the host takes.
   events.EndPacing();
+  if (last) {
+    EndRender(*last, kForever);
+    last->Flush();
+  }
   last.reset();
   events.OnRendererClosed();
   events.Close();
