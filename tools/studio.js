@@ -81,6 +81,13 @@ class Studio {
     return this.push_('meshes', { name, primitives: [primitive] });
   }
 
+  /** Lays the model, which faces +Z, on its back. */
+  layDown() {
+    const scene = this.document_.scenes[this.document_.scene];
+    const half = Math.SQRT1_2;
+    scene.nodes = [this.push_('nodes', { name: 'Laid', rotation: [-half, 0, 0, half], children: scene.nodes })];
+  }
+
   /** A floor that bends up into a wall, so that there is no horizon. */
   addSweep(shape, color, roughness) {
     const positions = [];

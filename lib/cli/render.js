@@ -55,6 +55,8 @@ async function renderScene(renderer, options) {
   }
   if (options.size) renderer.size = options.size;
   if (options.threads) renderer.numThreads = options.threads;
+  // Passes over the whole image are what can end at any time; buckets would leave holes.
+  if (options.timeLimit) renderer.renderMode = 'interactive';
   try {
     await renderer.promises.start();
   } catch (error) {
@@ -80,6 +82,12 @@ async function saveImage(renderer, options) {
   }
 }
 
+/** How much of the render is done, 0 to 1: by samples or by the time that it may take, whichever ends it first. */
+function shareDone(done, total, started, { timeLimit }) {
+  const byTime = timeLimit ? (Date.now() - started) / 1000 / timeLimit : 0;
+  return Math.max(total > 0 ? done / total : 0, byTime);
+}
+
 /** Renders and writes; resolves to the exit code. Throws a CommandFailure with the sentence to print. */
 async function render(options) {
   checkFiles(options);
@@ -98,7 +106,9 @@ async function render(options) {
   process.on('SIGINT', onInterrupt);
   try {
     listenToLog(kiln, renderer, options, progress);
-    if (!options.json) renderer.on('progress', (text, done, total) => progress.update(text, done, total));
+    if (!options.json) {
+      renderer.on('progress', (text, done, total) => progress.update(text, shareDone(done, total, started, options), 1));
+    }
     await renderScene(renderer, options);
     progress.end();
     if (interrupted) throw new CommandFailure(EXIT.INTERRUPTED, 'Interrupted: nothing was written.');

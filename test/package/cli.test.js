@@ -1,0 +1,168 @@
+// The command line on the engine: pictures, progress, failures and their exit codes, interruption.
+'use strict';
+
+const assert = require('assert');
+const fs = require('fs');
+const os = require('os');
+const path = require('path');
+const { after, test } = require('node:test');
+const { ROOT, runKiln } = require('./program.js');
+const { version } = require('../../package.json');
+
+const ROOM = path.join(ROOT, 'examples', 'room.toml');
+const MODEL = '/usr/share/assimp/models/glTF2/BoxTextured-glTF/BoxTextured.gltf';
+const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'kiln-cli-'));
+after(() => fs.rmSync(folder, { recursive: true }));
+
+const inFolder = (name) => path.join(folder, name);
+const fast = ['--size', '32x24', '--samples', '1'];
+
+const SIGNATURES = {
+  png: [0x89, 0x50, 0x4e, 0x47],
+  jpg: [0xff, 0xd8, 0xff],
+  bmp: [0x42, 0x4d],
+  tif: [0x49, 0x49, 0x2a, 0x00],
+  exr: [0x76, 0x2f, 0x31, 0x01],
+};
+for (const [extension, signature] of Object.entries(SIGNATURES)) {
+  test(`renders the example room to .${extension}`, async () => {
+    const output = inFolder(`room.${extension}`);
+    const result = await runKiln(['render', ROOM, '-o', output, ...fast]);
+    assert.strictEqual(result.code, 0, result.stderr);
+    assert.match(result.stdout, /^Wrote .*room\.\w+, 32 x 24, in \d+ s\n$/);
+    assert.deepStrictEqual([...fs.readFileSync(output).subarray(0, signature.length)], signature);
+  });
+}
+
+test('the picture is not empty, and the screen form is brighter than linear light', async () => {
+  const kiln = require('../../lib/index.js');
+  const mean = (image) => image.getPixelData().reduce((sum, value, index) => (index % 4 < 3 ? sum + value : sum), 0);
+  assert.strictEqual((await runKiln(['render', ROOM, '-o', inFolder('screen.png'), ...fast])).code, 0);
+  const screen = new kiln.KilnImage(fs.readFileSync(inFolder('screen.png')), 'png');
+  assert.deepStrictEqual([screen.width, screen.height], [32, 24]);
+  const total = mean(screen);
+  assert.ok(total > 32 * 24 * 3 * 0.05, `mean value ${total / (32 * 24 * 3)}`);
+  screen.close();
+});
+
+test('a model needs no scene of ours', { skip: !fs.existsSync(MODEL) && 'assimp-testmodels is not installed' }, async () => {
+  const result = await runKiln(['render', MODEL, '-o', inFolder('box.png'), ...fast]);
+  assert.strictEqual(result.code, 0, result.stderr);
+  assert.ok(fs.statSync(inFolder('box.png')).size > 100);
+});
+
+test('--json is one line that a program reads', async () => {
+  const result = await runKiln(['render', ROOM, '-o', inFolder('json.png'), '--json', ...fast]);
+  assert.strictEqual(result.code, 0, result.stderr);
+  const { ok, output, width, height, seconds } = JSON.parse(result.stdout);
+  assert.deepStrictEqual([ok, output, width, height], [true, inFolder('json.png'), 32, 24]);
+  assert.ok(seconds > 0);
+  assert.strictEqual(result.stdout.trim().split('\n').length, 1);
+});
+
+test('progress comes in plain lines where there is no terminal', async () => {
+  const result = await runKiln(['render', ROOM, '-o', inFolder('plain.png'), '--size', '96x96', '--samples', '2']);
+  assert.strictEqual(result.code, 0, result.stderr);
+  assert.match(result.stderr, /^100 % {2}\w+$/m);
+  assert.ok(!result.stderr.includes('\x1b'));
+});
+
+test('the same picture comes from one thread and from two', async () => {
+  for (const threads of ['1', '2']) {
+    const args = ['render', ROOM, '-o', inFolder(`t${threads}.exr`), '--threads', threads, ...fast];
+    assert.strictEqual((await runKiln(args)).code, 0);
+  }
+  assert.ok(fs.readFileSync(inFolder('t1.exr')).equals(fs.readFileSync(inFolder('t2.exr'))));
+});
+
+const failures = [
+  ['a scene that is not there', ['render', 'nowhere.toml', '-o', inFolder('x.png')], 1, /nowhere\.toml does not exist: check its path/],
+  ['a folder that is not there', ['render', ROOM, '-o', inFolder('no/x.png')], 1, /no does not exist: create it/],
+  ['a folder as the picture', ['render', ROOM, '-o', 'x.gif'], 2, /must end in \.png/],
+  ['a command that is not there', ['draw'], 2, /There is no command "draw"/],
+  ['no command', [], 2, /Name a command/],
+];
+for (const [name, args, code, message] of failures) {
+  test(`fails with one sentence: ${name}`, async () => {
+    const result = await runKiln(args);
+    assert.strictEqual(result.code, code);
+    assert.strictEqual(result.stdout, '');
+    assert.match(result.stderr, message);
+    assert.match(result.stderr, /^kiln: [^\n]+\n$/);
+  });
+}
+
+test('a scene with a mistake is refused with file and line', async () => {
+  fs.writeFileSync(inFolder('wrong.toml'), '[a]\nclass = "LightPoint"\nbrightness = 3\n');
+  const result = await runKiln(['render', inFolder('wrong.toml'), '-o', inFolder('x.png')]);
+  assert.strictEqual(result.code, 1);
+  assert.match(result.stderr, /wrong\.toml could not be loaded: .*line 3.*brightness/);
+  assert.ok(!fs.existsSync(inFolder('x.png')));
+});
+
+test('a scene without a camera says so', async () => {
+  fs.writeFileSync(inFolder('dark.toml'), '[a]\nclass = "LightPoint"\n');
+  const result = await runKiln(['render', inFolder('dark.toml'), '-o', inFolder('x.png'), '--json']);
+  assert.strictEqual(result.code, 1);
+  assert.match(result.stderr, /camera/i);
+  assert.strictEqual(JSON.parse(result.stdout).ok, false);
+});
+
+test('a camera that is not there says so', async () => {
+  const result = await runKiln(['render', ROOM, '-o', inFolder('x.png'), '--camera', 'nobody', ...fast]);
+  assert.strictEqual(result.code, 1);
+  assert.match(result.stderr, /nobody|camera/i);
+});
+
+test('no library is an exit code of its own', async () => {
+  const env = { KILN_ENGKIT_BIN: folder };
+  const render = await runKiln(['render', ROOM, '-o', inFolder('x.png')], { env });
+  assert.strictEqual(render.code, 3);
+  assert.match(render.stderr, /No rendering library could be used .*set KILN_ENGKIT_BIN/);
+  const info = await runKiln(['info', '--json'], { env });
+  assert.strictEqual(info.code, 3);
+  assert.strictEqual(JSON.parse(info.stdout).bound, false);
+});
+
+test('no add-on is one sentence too', async () => {
+  const result = await runKiln(['info'], { env: { KILN_BUILD_DIR: folder } });
+  assert.strictEqual(result.code, 3);
+  assert.match(result.stderr, /^kiln: The add-on .* does not exist: build it with "npm run build"[^\n]*\n$/);
+});
+
+test('an interrupt stops the render, writes nothing and leaves with 130', async () => {
+  const args = ['render', ROOM, '-o', inFolder('never.png'), '--size', '640x640', '--samples', '4096'];
+  let interrupted = false;
+  const result = await runKiln([...args, '--verbose'], {
+    onOutput(text, child) {
+      if (interrupted) return;
+      interrupted = true;
+      child.kill('SIGINT');
+    },
+  });
+  assert.deepStrictEqual([result.code, result.signal], [130, null], result.stderr);
+  assert.match(result.stderr, /kiln: Interrupted: nothing was written\.\n$/);
+  assert.ok(!fs.existsSync(inFolder('never.png')));
+});
+
+test('info tells versions and the library', async () => {
+  const result = await runKiln(['info', '--json']);
+  assert.strictEqual(result.code, 0, result.stderr);
+  const info = JSON.parse(result.stdout);
+  assert.strictEqual(info.package, version);
+  assert.strictEqual(info.node, process.versions.node);
+  assert.strictEqual(info.bound, true);
+  assert.deepStrictEqual(info.missing, []);
+  const text = await runKiln(['info']);
+  assert.match(text.stdout, new RegExp(`^package {2}${version}$`, 'm'));
+  assert.match(text.stdout, /^state {4}bound$/m);
+});
+
+test('help and version', async () => {
+  for (const args of [['--help'], ['-h'], ['render', '--help']]) {
+    const help = await runKiln(args);
+    assert.strictEqual(help.code, 0);
+    assert.match(help.stdout, /kiln render SCENE -o PICTURE/);
+  }
+  assert.strictEqual((await runKiln(['--version'])).stdout, `kiln ${version}\n`);
+});
