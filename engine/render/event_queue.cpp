@@ -27,6 +27,11 @@ void EventQueue::WaitForRoom(size_t limit, const std::function<bool()>& abandone
   left_.wait(lock, [&] { return ending_ || events_.size() < limit || abandoned(); });
 }
 
+void EventQueue::Flush() {
+  std::unique_lock lock(mutex_);
+  left_.wait(lock, [this] { return ending_ || (events_.empty() && !calling_); });
+}
+
 void EventQueue::Wake() {
   // Taken so that nobody is between looking and waiting.
   { const std::scoped_lock lock(mutex_); }
@@ -38,10 +43,13 @@ void EventQueue::Deliver() {
     Event event;
     {
       std::unique_lock lock(mutex_);
+      calling_ = false;
+      if (events_.empty()) left_.notify_all();
       arrived_.wait(lock, [this] { return ending_ || !events_.empty(); });
       if (ending_) return;
       event = std::move(events_.front());
       events_.pop_front();
+      calling_ = true;
     }
     left_.notify_all();
     Call(std::move(event));

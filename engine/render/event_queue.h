@@ -43,6 +43,8 @@ class EventQueue {
   void Push(Event event);
   // Returns when fewer than `limit` events are queued, or once `abandoned` says so (see Wake).
   void WaitForRoom(size_t limit, const std::function<bool()>& abandoned);
+  // Returns when the listener has had everything that was pushed. Not from the listener.
+  void Flush();
   // Has the waiting ones look again.
   void Wake();
 
@@ -54,6 +56,7 @@ class EventQueue {
   std::mutex mutex_;
   std::condition_variable arrived_, left_;
   std::deque<Event> events_;
+  bool calling_ = false;  // the listener has an event
   bool ending_ = false;
   std::thread thread_;
 };

@@ -52,6 +52,7 @@ class Session::Impl {
   RenderError WaitPrepared(uint64_t start);
   void RequestStop();
   bool Wait(std::chrono::milliseconds timeout);
+  void Flush() { events_.Flush(); }
   bool SetPaused(bool paused);
   void SceneChanged();
   void RenderNearest(int x, int y) { queue_.Prefer(x, y); }
@@ -537,6 +538,9 @@ void Session::RequestStop() {
 }
 bool Session::Wait(std::chrono::milliseconds timeout) {
   return impl_->Wait(timeout);
+}
+void Session::Flush() {
+  impl_->Flush();
 }
 bool Session::SetPaused(bool paused) {
   return impl_->SetPaused(paused);

@@ -120,6 +120,8 @@ class Session {
   void RequestStop();
   // True when the render has ended within the time; a negative timeout waits for ever.
   bool Wait(std::chrono::milliseconds timeout);
+  // Waits until the listener has had every event so far. Not from the listener.
+  void Flush();
   // False when no interactive render runs.
   bool SetPaused(bool paused);
   // Production: buckets near the pixel come next.

@@ -51,13 +51,24 @@ TEST(Null, EveryEntryPointBearsNothing) {
 
 // "0 on success" for these: a call without a renderer must not look like one that worked.
 TEST(Null, SuccessCodesOfZeroAreNotAnswered) {
-  const char* const kZeroIsSuccess[] = {
-      "Kiln_KilnRenderer_loadAs",         "Kiln_KilnRenderer_append",        "Kiln_KilnRenderer_startSync",
-      "Kiln_KilnRenderer_newPlugin",      "Kiln_KilnRenderer_deletePlugin",  "Kiln_KilnRenderer_replacePlugin",
-      "Kiln_KilnRenderer_rename",         "Kiln_KilnRenderer_clearScene",    "Kiln_KilnRenderer_setPropertyValue",
-      "Kiln_KilnRenderer_setPropertyBytes", "Kiln_KilnRenderer_exportScene", "Kiln_KilnRenderer_setDeviceList",
-      "Kiln_newRenderElementPlugin",      "Kiln_getOSLParameters",           "createProxyFile",
-      "Kiln_setEnvironmentVariable",      "Kiln_KilnRenderer_setInteractive", "Kiln_KilnRenderer_loadFiltered"};
+  const char* const kZeroIsSuccess[] = {"Kiln_KilnRenderer_loadAs",
+                                        "Kiln_KilnRenderer_append",
+                                        "Kiln_KilnRenderer_startSync",
+                                        "Kiln_KilnRenderer_newPlugin",
+                                        "Kiln_KilnRenderer_deletePlugin",
+                                        "Kiln_KilnRenderer_replacePlugin",
+                                        "Kiln_KilnRenderer_rename",
+                                        "Kiln_KilnRenderer_clearScene",
+                                        "Kiln_KilnRenderer_setPropertyValue",
+                                        "Kiln_KilnRenderer_setPropertyBytes",
+                                        "Kiln_KilnRenderer_exportScene",
+                                        "Kiln_KilnRenderer_setDeviceList",
+                                        "Kiln_newRenderElementPlugin",
+                                        "Kiln_getOSLParameters",
+                                        "createProxyFile",
+                                        "Kiln_setEnvironmentVariable",
+                                        "Kiln_KilnRenderer_setInteractive",
+                                        "Kiln_KilnRenderer_loadFiltered"};
   for (const char* word : kZeroIsSuccess)
     EXPECT_EQ(NamesThatAnswer(true, word), std::vector<std::string>()) << word;
 }
