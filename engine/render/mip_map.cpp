@@ -20,7 +20,7 @@ struct SrgbTables {
   SrgbTables() {
     for (int i = 0; i < 256; ++i) decode[i] = DecodeSrgb(i / 255.0f);
     for (int i = 0; i < kSteps; ++i) {
-      encode[i] = static_cast<uint8_t>(EncodeSrgb(i / (kSteps - 1.0f)) * 255 + 0.5f);
+      encode[i] = static_cast<uint8_t>(std::lround(EncodeSrgb(i / (kSteps - 1.0f)) * 255));
     }
   }
 };
@@ -33,10 +33,10 @@ float Unit(float x) {
   return x > 0 ? std::min(x, 1.0f) : 0.0f;
 }
 uint8_t ToByte(float x) {
-  return static_cast<uint8_t>(Unit(x) * 255 + 0.5f);
+  return static_cast<uint8_t>(std::lround(Unit(x) * 255));
 }
 uint8_t ToSrgbByte(float x) {
-  return Srgb().encode[static_cast<size_t>(Unit(x) * (SrgbTables::kSteps - 1) + 0.5f)];
+  return Srgb().encode[static_cast<size_t>(std::lround(Unit(x) * (SrgbTables::kSteps - 1)))];
 }
 
 bool HasOnlyBytes(const image::Image& image) {

@@ -213,7 +213,8 @@ std::vector<double> IntegratePdf(const Bsdf& bsdf, Vec3 wo, int fine) {
     const float z = -1 + 2 * (t + 0.5f) / (kThetas * fine);
     for (int p = 0; p < kPhis * fine; ++p) {
       const float phi = -kPi + 2 * kPi * (p + 0.5f) / (kPhis * fine);
-      bins[static_cast<size_t>(t / fine * kPhis + p / fine)] += bsdf.Pdf(wo, Direction(z, phi)) * cell;
+      bins[static_cast<size_t>(t / fine) * kPhis + static_cast<size_t>(p / fine)] +=
+          bsdf.Pdf(wo, Direction(z, phi)) * cell;
     }
   }
   return bins;

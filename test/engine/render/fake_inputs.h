@@ -33,7 +33,7 @@ class FakeInputs : public Inputs {
     values_[property] = std::move(value);
     return *this;
   }
-  FakeInputs& Set(const std::string& property, const Texture* texture, uint32_t output = 0) {
+  FakeInputs& SetTexture(const std::string& property, const Texture* texture, uint32_t output = 0) {
     textures_[property] = {texture, output};
     return *this;
   }

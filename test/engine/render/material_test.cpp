@@ -139,7 +139,7 @@ TEST(MaterialPrincipled, GreenIsRoughnessAndBlueIsMetallic) {
                             .Set("baseColor", kRed)
                             .Set("metallic", 1.0f)
                             .Set("roughness", 1.0f)
-                            .Set("metallicRoughness", &packed)
+                            .SetTexture("metallicRoughness", &packed)
                             .MakeMaterial();
   const auto plain =
       Principled().Set("baseColor", kRed).Set("metallic", 0.5f).Set("roughness", 0.0f).MakeMaterial();
@@ -200,7 +200,7 @@ TEST(MaterialPrincipled, AThinSheetDoesNotRefract) {
 TEST(MaterialPrincipled, OpacityFollowsTheAlphaMode) {
   const FlatTexture half(kWhite, 0.4f);
   const auto opacity = [&](int mode, float vertex_alpha) {
-    const auto material = Principled().Set("alphaMode", mode).Set("opacity", &half, 1).MakeMaterial();
+    const auto material = Principled().Set("alphaMode", mode).SetTexture("opacity", &half, 1).MakeMaterial();
     ShadingPoint point = Hit({0, 0, 1});
     point.vertex_alpha = vertex_alpha;
     EXPECT_EQ(material->IsOpaque(), mode == 0);
@@ -257,27 +257,30 @@ TEST(MaterialPrincipled, NormalMapsBendTowardsTheTangents) {
   const FlatTexture right({0.75f, 0.5f, 1});
   const FlatTexture up({0.5f, 0.75f, 1});
   FakeInputs in = Principled();
-  in.Set("metallic", 1.0f).Set("roughness", 0.0f).Set("normalMap", &right);
+  in.Set("metallic", 1.0f).Set("roughness", 0.0f).SetTexture("normalMap", &right);
   const Vec3 n = MirrorNormal(*in.MakeMaterial(), Hit({0, 0, 1}));
   EXPECT_NEAR(n.x / n.z, 0.5f, 1e-4f);
   const Vec3 scaled = MirrorNormal(*in.Set("normalScale", 0.5f).MakeMaterial(), Hit({0, 0, 1}));
   EXPECT_NEAR(scaled.x / scaled.z, 0.25f, 1e-4f);
   // Green points along the bitangent, whose side the tangent sign tells.
   ShadingPoint point = Hit({0, 0, 1});
-  in.Set("normalMap", &up);
+  in.SetTexture("normalMap", &up);
   EXPECT_NEAR(MirrorNormal(*in.MakeMaterial(), point).y, 0.2425f, 1e-3f);
   point.tangent_sign = -1;
   EXPECT_NEAR(MirrorNormal(*in.MakeMaterial(), point).y, -0.2425f, 1e-3f);
   // From the back the bump is the same piece of metal.
-  const Vec3 back = MirrorNormal(*in.Set("normalMap", &right).MakeMaterial(), Hit({0, 0, -1}));
+  const Vec3 back = MirrorNormal(*in.SetTexture("normalMap", &right).MakeMaterial(), Hit({0, 0, -1}));
   EXPECT_NEAR(back.x / back.z, 0.25f, 1e-4f);
   EXPECT_LT(back.z, 0);
 }
 
 TEST(MaterialPrincipled, SteepNormalsNeitherLeakNorGoBlack) {
   const FlatTexture steep({1, 0.5f, 0.52f});
-  const auto mirror =
-      Principled().Set("metallic", 1.0f).Set("roughness", 0.0f).Set("normalMap", &steep).MakeMaterial();
+  const auto mirror = Principled()
+                          .Set("metallic", 1.0f)
+                          .Set("roughness", 0.0f)
+                          .SetTexture("normalMap", &steep)
+                          .MakeMaterial();
   for (const Vec3 wo : {Vec3{0, 0, 1}, Vec3{1, 0, 0.05f}, Vec3{-1, 0.1f, 0.05f}, Vec3{-1, 0, -0.3f}}) {
     const ShadingPoint point = Hit(wo);
     Bsdf bsdf;
@@ -294,7 +297,7 @@ TEST(MaterialPrincipled, TheCoatHasItsOwnNormalMap) {
                             .Set("baseColor", Color{0, 0, 0})
                             .Set("specular", 0.0f)
                             .Set("clearcoat", 1.0f)
-                            .Set("clearcoatNormalMap", &right)
+                            .SetTexture("clearcoatNormalMap", &right)
                             .MakeMaterial();
   const Vec3 n = MirrorNormal(*material, Hit({0, 0, 1}));
   EXPECT_NEAR(n.x / n.z, 0.5f, 1e-4f);
@@ -310,7 +313,7 @@ TEST(MaterialPrincipled, BadNumbersStayHarmless) {
          {"baseColor", "opacity", "metallic", "roughness", "metallicRoughness", "normalMap", "emission",
           "transmission", "clearcoat", "clearcoatRoughness", "clearcoatNormalMap", "sheenColor",
           "sheenRoughness", "specular", "specularColor"}) {
-      in.Set(name, &texture);
+      in.SetTexture(name, &texture);
     }
     const auto material = in.MakeMaterial();
     const ShadingPoint point = Hit({0.3f, 0, 1});

@@ -110,6 +110,7 @@ TEST(MipMap, HalvingsAverageLight) {
 
 TEST(MipMap, OddSidesKeepTheMean) {
   std::vector<AColor> texels;
+  texels.reserve(35);
   for (int i = 0; i < 35; ++i) texels.push_back({static_cast<float>(i * i), 1, 0, 1});
   double mean = 0;
   for (const AColor& t : texels) mean += t.r / 35;
@@ -121,6 +122,7 @@ TEST(MipMap, OddSidesKeepTheMean) {
 
 TEST(MipMap, FootprintsChooseTheLevel) {
   std::vector<AColor> texels;
+  texels.reserve(64);
   for (int i = 0; i < 64; ++i)
     texels.push_back((i % 8 + i / 8) % 2 ? AColor{1, 1, 1, 1} : AColor{0, 0, 0, 1});
   const MipMap map(*MakeImage(8, 8, 1, texels), false);
@@ -172,6 +174,13 @@ TEST(TextureBitmap, TheTopRowIsAtVZero) {
   EXPECT_EQ(texture->EvaluateColor(At(0.25f, 0.25f), 0), (Color{1, 0, 0}));
   EXPECT_EQ(texture->EvaluateColor(At(0.75f, 0.25f), 0), (Color{0, 1, 0}));
   EXPECT_EQ(texture->EvaluateColor(At(0.25f, 0.75f), 0), (Color{0, 0, 1}));
+}
+
+TEST(TextureBitmap, FilterZeroShowsSquares) {
+  FakeInputs in = Embedded(Quad());
+  const ShadingPoint edge = At(0.45f, 0.25f);
+  EXPECT_GT(in.MakeTexture()->EvaluateColor(edge, 0).g, 0.3f);
+  EXPECT_EQ(in.Set("filter", 0).MakeTexture()->EvaluateColor(edge, 0), (Color{1, 0, 0}));
 }
 
 TEST(TextureBitmap, OutputsAreChannels) {
@@ -285,7 +294,7 @@ TEST(TextureChecker, Alternates) {
   const FlatTexture b({0, 0, 1});
   const auto texture = FakeInputs("TextureChecker")
                            .Set("colorA", Color{1, 0, 0})
-                           .Set("colorB", &b)
+                           .SetTexture("colorB", &b)
                            .Set("scale", 2.0f)
                            .MakeTexture();
   EXPECT_EQ(texture->EvaluateColor(At(0.25f, 0.25f), 0), (Color{1, 0, 0}));
