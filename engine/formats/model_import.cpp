@@ -23,10 +23,9 @@ namespace {
 using Handle = ImportStage::Handle;
 
 // Left-handed and flipped formats are turned by their readers; texture rows start at the top as in glTF.
-constexpr unsigned kSteps = aiProcess_ValidateDataStructure | aiProcess_Triangulate | aiProcess_SortByPType |
-                            aiProcess_JoinIdenticalVertices | aiProcess_GenSmoothNormals |
-                            aiProcess_GenUVCoords | aiProcess_TransformUVCoords | aiProcess_FlipUVs |
-                            aiProcess_GlobalScale;
+constexpr unsigned kSteps = aiProcess_Triangulate | aiProcess_SortByPType | aiProcess_JoinIdenticalVertices |
+                            aiProcess_GenSmoothNormals | aiProcess_GenUVCoords | aiProcess_TransformUVCoords |
+                            aiProcess_FlipUVs | aiProcess_GlobalScale;
 
 class OwnedStream : public Assimp::MemoryIOStream {
  public:
@@ -113,7 +112,8 @@ class ModelImporter {
     Walk();
     for (unsigned i = 0; i < source_.mNumCameras; ++i) AddCamera(*source_.mCameras[i]);
     for (unsigned i = 0; i < source_.mNumLights; ++i) AddLight(*source_.mLights[i]);
-    if (objects_ == 0) throw ImportFailure("the file holds no surfaces");
+    const bool empty = objects_ == 0 && source_.mNumCameras == 0 && source_.mNumLights == 0;
+    if (empty) throw ImportFailure("the file holds no surfaces, cameras or lights");
     return stage_.Commit(scene, filter);
   }
 
@@ -282,6 +282,36 @@ std::string Tidy(std::string text) {
   return text.empty() ? "the file can't be read" : text;
 }
 
+// Some readers announce polygons where a broken file has none, and the step that splits polygons ends the
+// process over it: the announcement is made true first.
+void StatePrimitiveTypes(aiScene& source) {
+  for (unsigned m = 0; m < source.mNumMeshes; ++m) {
+    aiMesh& mesh = *source.mMeshes[m];
+    mesh.mPrimitiveTypes = 0;
+    for (unsigned f = 0; f < mesh.mNumFaces; ++f) {
+      const unsigned corners = mesh.mFaces[f].mNumIndices;
+      mesh.mPrimitiveTypes |= corners > 3    ? aiPrimitiveType_POLYGON
+                              : corners == 3 ? aiPrimitiveType_TRIANGLE
+                              : corners == 2 ? aiPrimitiveType_LINE
+                                             : aiPrimitiveType_POINT;
+    }
+  }
+}
+
+// The PLY reader never comes back from a header that does not end.
+void CheckPlyHeader(std::span<const std::byte> bytes) {
+  const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+  const size_t start = text.find_first_not_of(" \t\r\n");
+  if (start == std::string_view::npos) return;
+  std::string magic(text.substr(start, 3));
+  std::transform(magic.begin(), magic.end(), magic.begin(), [](unsigned char c) { return std::tolower(c); });
+  if (magic != "ply") return;
+  const size_t end = text.find("end_header");
+  if (end == std::string_view::npos || text.find('\n', end) == std::string_view::npos) {
+    throw ImportFailure("the header of the PLY file has no end");
+  }
+}
+
 }  // namespace
 
 LoadResult ImportModel(scene::Scene& scene, std::span<const std::byte> bytes,
@@ -289,6 +319,7 @@ LoadResult ImportModel(scene::Scene& scene, std::span<const std::byte> bytes,
                        const scene::LoadFilter& filter) {
   return GuardImport(file.string(), [&]() -> LoadResult {
     if (bytes.empty()) throw ImportFailure("the file is empty");
+    CheckPlyHeader(bytes);
     std::filesystem::path folder = file.parent_path();
     if (!file.empty() && folder.empty()) folder = ".";
     const std::string name = ModelName(file, extension_hint);
@@ -296,7 +327,12 @@ LoadResult ImportModel(scene::Scene& scene, std::span<const std::byte> bytes,
     importer.SetIOHandler(new FolderFiles(name, bytes, folder));
     importer.SetPropertyInteger(AI_CONFIG_PP_SBP_REMOVE, aiPrimitiveType_POINT | aiPrimitiveType_LINE);
     importer.SetPropertyBool(AI_CONFIG_IMPORT_NO_SKELETON_MESHES, true);
-    const aiScene* source = importer.ReadFile(name, kSteps);
+    const aiScene* source = importer.ReadFile(name, aiProcess_ValidateDataStructure);
+    if (source != nullptr) {
+      // The importer owns the scene and lends it as constant, but it is ours until the steps run.
+      StatePrimitiveTypes(const_cast<aiScene&>(*source));
+      source = importer.ApplyPostProcessing(kSteps);
+    }
     if (source == nullptr) {
       const std::string reason = importer.GetErrorString();
       if (reason.find("No suitable reader") != std::string::npos) {
