@@ -1,0 +1,110 @@
+// How every property value crosses the boundary: one self-describing stream of 32-bit words.
+//
+// The conversion looks at the JavaScript value only; coercion to a declared type is the SDK's business.
+#pragma once
+
+#include <bit>
+#include <cstdint>
+#include <memory>
+
+#include "binding/environment.h"
+#include "values.h"
+
+namespace KilnNodeWrapper::KilnRendererNodeWrapper {
+class RendererWrapper;
+}
+
+namespace KilnNodeWrapper::KilnValuesNodeWrapper {
+
+// Times that are no times; the bits must not be normalised on the way.
+inline const double TimeOmitted =
+    std::bit_cast<double>(KILN_TIME_OMITTED_BITS);  // getValue, setValue without a time
+inline const double TimeDirect =
+    std::bit_cast<double>(KILN_TIME_DIRECT_BITS);  // direct reads and assignments
+
+// Makes the stream of one value. Short values stay inside the object.
+class ValueWriter {
+ public:
+  // Typed lists above max_copy_size bytes (compared unsigned, after sign extension) are kept by the SDK.
+  ValueWriter(Environment& environment, int32_t max_copy_size);
+  ValueWriter(const ValueWriter&) = delete;
+  ValueWriter& operator=(const ValueWriter&) = delete;
+
+  // False when the value can't be written: with dataError for unacceptable data, otherwise with an exception
+  // pending.
+  bool write(v8::Local<v8::Value> value);
+  bool dataError() const { return data_error_; }
+  const void* data() const { return data_; }
+  size_t size() const { return used_; }
+
+ private:
+  void Append(const void* bytes, size_t size);
+  template <class T>
+  void Append(T value) {
+    Append(&value, sizeof(value));
+  }
+  void AppendTag(uint32_t tag) { Append(tag); }
+  bool Refuse();
+  void WriteString(v8::Local<v8::String> text);
+  bool WriteObject(v8::Local<v8::Object> object);
+  bool WriteTypedArray(v8::Local<v8::TypedArray> array);
+  bool WriteArray(v8::Local<v8::Array> array);
+  bool WriteElement(uint32_t tag, v8::Local<v8::Value> element);
+
+  static constexpr size_t kInlineSize = 64;
+  Environment& environment_;
+  v8::Isolate* isolate_;
+  int32_t max_copy_size_;
+  bool data_error_ = false;
+  size_t used_ = 0;
+  size_t capacity_ = kInlineSize;
+  char* data_ = inline_;
+  std::unique_ptr<char, void (*)(void*)> heap_;
+  alignas(8) char inline_[kInlineSize];
+};
+
+// Reads one value at the cursor and advances it. Keeps no pointer into the stream.
+class ValueReader {
+ public:
+  // renderer_object: the KilnRenderer that plugins are wrapped for; empty when there is none, and a plugin is
+  // undefined.
+  ValueReader(Environment& environment, v8::Local<v8::Object> renderer_object, const uint32_t* cursor);
+  // Empty when an object could not be made.
+  v8::MaybeLocal<v8::Value> read();
+
+ private:
+  template <class T>
+  T Take();
+  v8::MaybeLocal<v8::Value> ReadTagged(uint32_t tag);
+  v8::MaybeLocal<v8::Value> ReadString();
+  v8::MaybeLocal<v8::Value> ReadStringList();
+  v8::MaybeLocal<v8::Value> ReadList();
+  v8::MaybeLocal<v8::Value> ReadPlugin(bool with_output);
+
+  Environment& environment_;
+  v8::Isolate* isolate_;
+  v8::Local<v8::Object> renderer_object_;
+  const uint32_t* cursor_;
+};
+
+// The text of a declared type code; "Object" for a code without one.
+const char* propertyTypeName(int32_t code);
+
+// A plugin by its ID, or by its name when that is not null.
+struct PropertyTarget {
+  KilnPluginId id = KILN_NO_PLUGIN;
+  const char* name = nullptr;
+};
+
+enum class Stored {
+  kYes,      // the SDK took it
+  kNo,       // the SDK refused it
+  kNothing,  // an exception is pending, and the SDK was not asked
+};
+
+// Assigns one value to a property; every assignment of the add-on goes through here.
+Stored PropertyStore(Environment& environment, KilnRendererNodeWrapper::RendererWrapper& renderer,
+                     const PropertyTarget& target, const char* property, v8::Local<v8::Value> value,
+                     double time);
+
+}  // namespace KilnNodeWrapper::KilnValuesNodeWrapper
