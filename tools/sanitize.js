@@ -41,7 +41,7 @@ async function main([name = 'address-undefined']) {
   const output = build({ preset: name });
   const env = testEnvironment(output, { ...preset.environment, KILN_SANITIZER: name });
   // The programs carry the sanitizer themselves; Node.js gets it ahead of everything else.
-  const cpp = await runCppTests(path.join(output, 'tests'), env);
+  const cpp = await runCppTests(path.join(ROOT, 'build', 'cmake', name), env);
   const js = await runJsTests({ env: { ...env, LD_PRELOAD: runtimePath(preset.runtime) } });
   return add(cpp, js);
 }

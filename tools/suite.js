@@ -1,4 +1,4 @@
-// Runs the tests and counts them: GoogleTest programs, and the JavaScript files, a process each.
+// Runs the tests and counts them: the C++ tests, and the JavaScript files, a process each.
 'use strict';
 
 const fs = require('fs');
@@ -7,7 +7,7 @@ const path = require('path');
 const { spawn, spawnSync } = require('child_process');
 
 const ROOT = path.join(__dirname, '..');
-const FILE_TIMEOUT_SECONDS = 600;
+const FILE_TIMEOUT_SECONDS = 300;
 
 const nothing = () => ({ passed: 0, failed: 0, skipped: 0 });
 
@@ -49,8 +49,8 @@ function countTap(text) {
   return { passed: number('pass'), failed: number('fail') + number('cancelled'), skipped: number('skipped') };
 }
 
-/** Runs one program to its end; resolves to {output, code, signal}. Ends it after the time. */
-function finish(program, args, env) {
+/** Runs one program to its end; resolves to {output, code, signal}. Ends it after the seconds. */
+function finish(program, args, env, seconds = 1800) {
   return new Promise((resolve) => {
     const child = spawn(program, args, { cwd: ROOT, env, stdio: ['ignore', 'pipe', 'pipe'] });
     const pieces = [];
@@ -60,11 +60,11 @@ function finish(program, args, env) {
     const timer = setTimeout(() => {
       late = true;
       child.kill('SIGKILL');
-    }, FILE_TIMEOUT_SECONDS * 1000);
+    }, seconds * 1000);
     child.on('error', (error) => resolve({ output: String(error), code: 1, signal: null }));
     child.on('close', (code, signal) => {
       clearTimeout(timer);
-      const note = late ? `\nEnded after ${FILE_TIMEOUT_SECONDS} s.\n` : '';
+      const note = late ? `\nEnded after ${seconds} s.\n` : '';
       resolve({ output: Buffer.concat(pieces).toString() + note, code, signal });
     });
   });
@@ -74,7 +74,7 @@ async function runTest(file, { node, nodeArgs, env }) {
   const major = Number(spawnVersion(node).split('.')[0]);
   // The reporter's default differs between versions; before 18 there is only this one.
   const reporter = major >= 18 ? ['--test-reporter=tap'] : [];
-  const result = await finish(node, [...nodeArgs, ...reporter, file], env);
+  const result = await finish(node, [...nodeArgs, ...reporter, file], env, FILE_TIMEOUT_SECONDS);
   const counts = countTap(result.output);
   const crashed = (result.code !== 0 || result.signal) && counts.failed === 0;
   const empty = counts.passed + counts.failed + counts.skipped === 0;
@@ -112,23 +112,22 @@ async function runJsTests(options = {}) {
   return total;
 }
 
-/** Runs the GoogleTest programs below the folder, and prints a line for each. */
+/** Runs the C++ tests of a configured build by ctest, and prints what failed. */
 async function runCppTests(folder, env = process.env) {
-  let total = nothing();
-  const programs = fs.existsSync(folder) ? fs.readdirSync(folder).filter((name) => name.startsWith('test_')).sort() : [];
-  for (const name of programs) {
-    const result = await finish(path.join(folder, name), ['--gtest_brief=1', '--gtest_color=no'], env);
-    const number = (pattern) => Number((pattern.exec(result.output) || [0, 0])[1]);
-    const counts = {
-      passed: number(/^\[ {2}PASSED {2}\] (\d+) test/m),
-      failed: number(/^ *(\d+) FAILED TESTS?/m),
-      skipped: number(/^\[ {2}SKIPPED \] (\d+) test/m),
-    };
-    if (counts.failed === 0 && (result.code !== 0 || result.signal || counts.passed === 0)) counts.failed = 1;
-    total = add(total, counts);
-    process.stdout.write(counts.failed > 0 ? `FAILED ${name}\n${result.output}` : `${closingLine(counts).padEnd(24)} ${name}\n`);
+  const args = ['--test-dir', folder, '--output-on-failure', '-j', String(os.cpus().length), '--timeout', '300'];
+  const { output, code } = await finish('ctest', args, env);
+  const summary = /(\d+)% tests passed, (\d+) tests failed out of (\d+)/.exec(output);
+  const counts = nothing();
+  if (summary) {
+    counts.failed = Number(summary[2]);
+    counts.skipped = (output.match(/\*\*\*(Skipped|Not Run \(Disabled\))/g) || []).length;
+    counts.passed = Number(summary[3]) - counts.failed - counts.skipped;
   }
-  return total;
+  if (counts.failed === 0 && (code !== 0 || counts.passed === 0)) counts.failed = 1;
+  const quiet = /^ *\d+\/\d+ Test +#\d+.* Passed |^ +Start +\d+:/;
+  const rest = output.split('\n').filter((line) => !quiet.test(line)).join('\n');
+  process.stdout.write(counts.failed > 0 ? `FAILED ctest\n${rest}` : `${closingLine(counts).padEnd(24)} ctest\n`);
+  return counts;
 }
 
 /** Ends a runner: prints the counts alone on the last line, or the sentence that it failed with; sets the exit code. */

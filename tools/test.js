@@ -28,7 +28,7 @@ async function main(paths) {
   fs.rmSync(coverage, { recursive: true, force: true });
   fs.mkdirSync(coverage, { recursive: true });
   const env = testEnvironment(output, { KILN_COVERAGE_DIR: coverage });
-  const cpp = await runCppTests(path.join(output, 'tests'), env);
+  const cpp = await runCppTests(path.join(ROOT, 'build', 'cmake', 'release'), env);
   const js = await runJsTests({ env });
   return add(cpp, js, await checkCoverage(env));
 }
