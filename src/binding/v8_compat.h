@@ -9,6 +9,7 @@
 #include <v8.h>
 
 #include <cstdint>
+#include <type_traits>
 
 #define KILN_V8_AT_LEAST(major, minor) \
   (V8_MAJOR_VERSION > (major) || (V8_MAJOR_VERSION == (major) && V8_MINOR_VERSION >= (minor)))
@@ -45,6 +46,98 @@ v8::Local<v8::Object> Holder(const Info& info) {
   }
 }
 
+// --- Interceptors. Until V8 12.4 "a return value was set" meant handled; from then on the callback says so
+// itself. The functions below are written once, against Intercepted, and adapted by the templates behind
+// them.
+
+#if KILN_V8_AT_LEAST(12, 4)
+using Intercepted = v8::Intercepted;
+using NamedGetterCallback = v8::NamedPropertyGetterCallback;
+using NamedSetterCallback = v8::NamedPropertySetterCallback;
+#else
+enum class Intercepted : uint8_t { kNo, kYes };
+using NamedGetterCallback = v8::GenericNamedPropertyGetterCallback;
+using NamedSetterCallback = v8::GenericNamedPropertySetterCallback;
+#endif
+
+template <class Callback>
+struct InterceptorSignature;
+template <class Result, class Key, class Info>
+struct InterceptorSignature<Result (*)(Key, const Info&)> {
+  using ResultType = Result;
+};
+template <class Result, class Key, class Value, class Info>
+struct InterceptorSignature<Result (*)(Key, Value, const Info&)> {
+  using InfoType = Info;
+};
+using InterceptorResult = InterceptorSignature<NamedGetterCallback>::ResultType;
+using InterceptorSetterInfo = InterceptorSignature<NamedSetterCallback>::InfoType;
+
+// void, or the answer itself.
+inline InterceptorResult Answer(Intercepted answer) {
+  if constexpr (std::is_void_v<InterceptorResult>) {
+    return;
+  } else {
+    return answer;
+  }
+}
+
+// What an interceptor is called with: the object that carries the handler, and the handler's data.
+struct InterceptorCall {
+  v8::Isolate* isolate;
+  v8::Local<v8::Object> holder;
+  v8::Local<v8::Value> data;
+};
+template <class Info>
+InterceptorCall CallOf(const Info& info) {
+  return {info.GetIsolate(), Holder(info), info.Data()};
+}
+
+using IndexedGetter = Intercepted (*)(uint32_t, const InterceptorCall&, v8::Local<v8::Value>* result);
+using NamedGetter = Intercepted (*)(v8::Local<v8::Name>, const InterceptorCall&,
+                                    v8::Local<v8::Value>* result);
+using NamedSetter = Intercepted (*)(v8::Local<v8::Name>, v8::Local<v8::Value>, const InterceptorCall&);
+using NamedDeleter = Intercepted (*)(v8::Local<v8::Name>, const InterceptorCall&, bool* deleted);
+// False leaves the enumeration without a result.
+using NamedEnumerator = bool (*)(const InterceptorCall&, v8::Local<v8::Array>* names);
+
+template <auto kGetter, class Key>
+InterceptorResult AdaptGetter(Key key, const v8::PropertyCallbackInfo<v8::Value>& info) {
+  v8::Local<v8::Value> result;
+  const Intercepted answer = kGetter(key, CallOf(info), &result);
+  if (answer == Intercepted::kYes && !result.IsEmpty()) info.GetReturnValue().Set(result);
+  return Answer(answer);
+}
+template <IndexedGetter kGetter>
+InterceptorResult OnIndexedGet(uint32_t index, const v8::PropertyCallbackInfo<v8::Value>& info) {
+  return AdaptGetter<kGetter>(index, info);
+}
+template <NamedGetter kGetter>
+InterceptorResult OnNamedGet(v8::Local<v8::Name> name, const v8::PropertyCallbackInfo<v8::Value>& info) {
+  return AdaptGetter<kGetter>(name, info);
+}
+template <NamedSetter kSetter>
+InterceptorResult OnNamedSet(v8::Local<v8::Name> name, v8::Local<v8::Value> value,
+                             const InterceptorSetterInfo& info) {
+  const Intercepted answer = kSetter(name, value, CallOf(info));
+  if constexpr (std::is_void_v<InterceptorResult>) {
+    if (answer == Intercepted::kYes) info.GetReturnValue().Set(value);
+  }
+  return Answer(answer);
+}
+template <NamedDeleter kDeleter>
+InterceptorResult OnNamedDelete(v8::Local<v8::Name> name, const v8::PropertyCallbackInfo<v8::Boolean>& info) {
+  bool deleted = false;
+  const Intercepted answer = kDeleter(name, CallOf(info), &deleted);
+  if (answer == Intercepted::kYes) info.GetReturnValue().Set(deleted);
+  return Answer(answer);
+}
+template <NamedEnumerator kEnumerator>
+void OnNamedEnumerate(const v8::PropertyCallbackInfo<v8::Array>& info) {
+  v8::Local<v8::Array> names;
+  if (kEnumerator(CallOf(info), &names)) info.GetReturnValue().Set(names);
+}
+
 // Aligned pointers in internal fields carry a type tag from V8 14.2 on.
 template <class Object>
 void SetPointer(Object object, int field, void* pointer) {
@@ -60,6 +153,26 @@ void* GetPointer(Object object, int field) {
     return object->GetAlignedPointerFromInternalField(field, uint16_t{});
   } else {
     return object->GetAlignedPointerFromInternalField(field);
+  }
+}
+
+// Several neighbouring fields at once where V8 can, which costs a third.
+template <class Object>
+void SetPointers(Object object, int first, int count, void** pointers, int* fields) {
+  if constexpr (requires { object->SetAlignedPointerInInternalFields(count, fields, pointers); }) {
+    object->SetAlignedPointerInInternalFields(count, fields, pointers);
+  } else {
+    for (int i = 0; i < count; i++) SetPointer(object, first + i, pointers[i]);
+  }
+}
+
+// A copy of an object with its internal fields.
+template <class Object>
+v8::Local<v8::Object> Clone(v8::Isolate* isolate, v8::Local<Object> object) {
+  if constexpr (requires { object->Clone(isolate); }) {
+    return object->Clone(isolate);
+  } else {
+    return object->Clone();
   }
 }
 
