@@ -152,13 +152,13 @@ void EventQueue::Delivery::Close(std::optional<std::chrono::milliseconds> limit)
   {
     std::unique_lock lock(mutex_);
     closed_ = true;
-    if (limit) dropped.swap(events_);
+    const bool caller_is_callback = thread_.get_id() == std::this_thread::get_id();
+    // Nothing comes after this call: a host that closes from its callback has no use for the rest either.
+    if (limit || caller_is_callback) dropped.swap(events_);
     changed_.notify_all();
     if (!thread_.joinable()) return;
     thread = std::move(thread_);
-    const bool caller_is_callback = thread.get_id() == std::this_thread::get_id();
-    if (limit)
-      changed_.wait_for(lock, caller_is_callback ? limit->zero() : *limit, [this] { return ended_; });
+    if (limit && !caller_is_callback) changed_.wait_for(lock, *limit, [this] { return ended_; });
     if (caller_is_callback || (limit && !ended_)) return thread.detach();
   }
   thread.join();

@@ -70,9 +70,10 @@ class EventQueue final : public render::RenderListener {
   // Senders wait no longer, and who waits goes on; what ends a render.
   void EndPacing();
 
-  // Ends the thread: what is queued is still delivered, or dropped when there is a limit; later events are
-  // dropped. A callback in progress is waited for, at most for the limit; then, and when the callback itself
-  // is the caller, the thread ends by itself when the callback returns. Repeated calls do nothing.
+  // Ends the thread: what is queued is still delivered, or dropped when there is a limit or the caller is a
+  // callback; later events are dropped. A callback in progress is waited for, at most for the limit; then,
+  // and when the callback itself is the caller, the thread ends by itself when the callback returns. Repeated
+  // calls do nothing.
   void Close(std::optional<std::chrono::milliseconds> limit = {});
   // How many delivery threads there are in the process.
   static int ThreadCount();

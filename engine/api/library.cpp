@@ -6,7 +6,7 @@ namespace kiln::engine::api {
 
 using Address = void (*)();
 
-#define KILN_ENTRY(family, result, name, parameters) reinterpret_cast<Address>(&name),
+#define KILN_ENTRY(family, result, name, parameters) reinterpret_cast<Address>(&(name)),
 [[gnu::used]] static const Address kEntryPoints[] = {
 #include "entry_points.def"
 };

@@ -92,8 +92,8 @@ KilnRendererHandle AddRenderer(std::shared_ptr<Renderer> renderer) {
   if (table.ended) return nullptr;
   const uintptr_t number = kHandleStep * table.next++;
   table.entries.emplace(number, Entry{std::move(renderer)});
-  return reinterpret_cast<KilnRendererHandle>(
-      number);  // NOLINT(performance-no-int-to-ptr): a number in disguise
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): a number in disguise, and never followed
+  return reinterpret_cast<KilnRendererHandle>(number);
 }
 
 std::shared_ptr<Renderer> FindRenderer(KilnRendererHandle handle) noexcept {

@@ -272,18 +272,27 @@ TEST_F(EventQueueTest, CloseWithALimitLeavesAHeldCallbackBehind) {
   EXPECT_EQ(host.Log().size(), 1u) << "the rest was dropped";
 }
 
+struct Closer {
+  EventQueue* queue;
+  std::atomic<int> calls{0};
+};
+
 int32_t CloseFromInside(void* record) {
-  const auto& event = *static_cast<KilnStateChangedEvent*>(record);
-  static_cast<EventQueue*>(event.head.user_data)->Close();
+  auto& closer = *static_cast<Closer*>(static_cast<KilnStateChangedEvent*>(record)->head.user_data);
+  ++closer.calls;
+  std::this_thread::sleep_for(20ms);
+  closer.queue->Close();
   return 0;
 }
 
-TEST_F(EventQueueTest, CloseFromInsideACallbackDoesNotWaitForItself) {
-  const CallbackDescriptor descriptor{CloseFromInside, &queue, {0, 0}};
+TEST_F(EventQueueTest, NothingComesAfterACloseFromInsideACallback) {
+  Closer closer{&queue};
+  const CallbackDescriptor descriptor{CloseFromInside, &closer, {0, 0}};
   queue.SetCallback(EventKind::kStateChanged, &descriptor);
-  queue.OnState(render::State::kPreparing, render::State::kRendering);
+  for (int i = 0; i < 10; ++i) queue.OnState(render::State::kPreparing, render::State::kRendering);
   for (int i = 0; i < 5000 && EventQueue::ThreadCount() > 0; ++i) std::this_thread::sleep_for(1ms);
   EXPECT_EQ(EventQueue::ThreadCount(), 0);
+  EXPECT_EQ(closer.calls, 1);
 }
 
 TEST_F(EventQueueTest, ManySendersAndCallbacksThatComeAndGo) {

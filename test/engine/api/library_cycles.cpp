@@ -1,7 +1,8 @@
 // Loads and unloads the engine's library, with and without use, and ends the process in the middle of its
 // work.
-//   engine_library_cycles LIBRARY unused|renderer|render|exit-idle|exit-rendering|exit-parked
-// The first three fail when memory, threads or file descriptors grow from load to load.
+//   engine_library_cycles LIBRARY
+//   unused|renderer|render|unreleased|exit-idle|exit-rendering|exit-parked|exit-inside
+// The first four fail when memory, threads or file descriptors grow from load to load.
 #include <dirent.h>
 #include <dlfcn.h>
 
@@ -28,6 +29,13 @@ constexpr char kScene[] = R"(
 class = "CameraPerspective"
 [light]
 class = "LightDome"
+[mesh]
+class = "GeomStaticMesh"
+vertices = [[-1, -1, -2], [1, -1, -2], [0, 1, -2]]
+faces = [0, 1, 2]
+[triangle]
+class = "GeomInstance"
+geometry = "mesh"
 )";
 
 [[noreturn]] void Fail(const std::string& text) {
@@ -115,6 +123,11 @@ void Cycle(const char* file, const std::string& mode) {
   const KilnRendererHandle renderer = MakeRenderer(library, 16);
   const CallbackDescriptor callback{Ignore, nullptr, {0, 0}};
   ENTRY(library, Kiln_KilnRenderer_setStateChangedCallback)(renderer, &callback);
+  if (mode == "unreleased") {
+    Check(ENTRY(library, Kiln_KilnRenderer_setImageSize)(renderer, 2048, 2048) == 0, "no size");
+    Check(ENTRY(library, Kiln_KilnRenderer_startSync)(renderer) == 0, "the render does not start");
+    return;
+  }
   if (mode == "render") {
     Check(ENTRY(library, Kiln_KilnRenderer_startSync)(renderer) == 0, "the render does not start");
     Check(ENTRY(library, Kiln_KilnRenderer_waitRenderEnd)(renderer, 60000) != 0, "the render does not end");
@@ -147,16 +160,26 @@ int32_t Park(void*) {
   for (;;) std::this_thread::sleep_for(std::chrono::hours(1));
 }
 
+int32_t Exit(void*) {
+  std::exit(0);
+}
+
+KilnCallback CallbackOf(const std::string& mode) {
+  if (mode == "exit-parked") return Park;
+  return mode == "exit-inside" ? Exit : Ignore;
+}
+
 [[noreturn]] void ExitInTheMiddle(const char* file, const std::string& mode) {
   const auto* library = new Library(file);
   const KilnRendererHandle renderer = MakeRenderer(*library, mode == "exit-idle" ? 16 : 2048);
   if (mode == "exit-idle") std::exit(0);
-  const CallbackDescriptor callback{mode == "exit-parked" ? Park : Ignore, nullptr, {0, 0}};
+  const CallbackDescriptor callback{CallbackOf(mode), nullptr, {0, 0}};
   ENTRY(*library, Kiln_KilnRenderer_setBucketReadyCallback)(renderer, &callback);
   Check(ENTRY(*library, Kiln_KilnRenderer_render)(renderer) == 0, "the render does not start");
   if (mode == "exit-parked") parked.acquire();
+  if (mode == "exit-inside") std::this_thread::sleep_for(std::chrono::seconds(20));
   std::this_thread::sleep_for(std::chrono::milliseconds(100));
-  std::exit(0);
+  std::exit(mode == "exit-inside");
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <vector>
 
@@ -13,13 +14,19 @@ namespace {
 
 // Calls the function with zeros; whether the answer is all zero bits where it has one.
 template <class R, class... P>
-bool CallWithZeros(R (*function)(P...)) {
+bool CallWithZeros([[maybe_unused]] std::string_view name, R (*function)(P...)) {
   if constexpr (std::is_void_v<R>) {
     function(P{}...);
     return true;
   } else {
     const R answer = function(P{}...);
-    return answer == R{};
+    const bool is_zero = answer == R{};
+    // What does work with nothing is the caller's.
+    if constexpr (std::is_same_v<R, void*>) {
+      if (name == "Kiln_KilnRenderer_create") Kiln_KilnRenderer_release(answer);
+      if (name.starts_with("C_memory")) C_memory_free(answer);
+    }
+    return is_zero;
   }
 }
 
@@ -28,7 +35,7 @@ struct Call {
   bool (*run)();
 };
 
-#define KILN_ENTRY(family, result, name, parameters) {#name, [] { return CallWithZeros(&name); }},
+#define KILN_ENTRY(family, result, name, parameters) {#name, [] { return CallWithZeros(#name, &name); }},
 const std::vector<Call> kCalls = {
 #include "entry_points.def"
 };
