@@ -74,12 +74,9 @@ using InterceptorResult = InterceptorSignature<NamedGetterCallback>::ResultType;
 using InterceptorSetterInfo = InterceptorSignature<NamedSetterCallback>::InfoType;
 
 // void, or the answer itself.
-inline InterceptorResult Answer(Intercepted answer) {
-  if constexpr (std::is_void_v<InterceptorResult>) {
-    return;
-  } else {
-    return answer;
-  }
+template <class Result = InterceptorResult>
+Result Answer(Intercepted answer) {
+  if constexpr (!std::is_void_v<Result>) return answer;
 }
 
 // What an interceptor is called with: the object that carries the handler, and the handler's data.
