@@ -61,6 +61,9 @@ class Environment : public ModuleContext {
   void Add(AsyncJob* job);
   void Remove(AsyncJob* job);
 
+  // One instance of each value class, which new ones are cloned from (value_objects.h); made with the first.
+  v8::Global<v8::Object> pristine_values[5];
+
   // Objects whose memory the SDK holds (kept_object.h); made with the first.
   std::shared_ptr<ReleaseQueue> release_queue;
 
@@ -70,15 +73,23 @@ class Environment : public ModuleContext {
   uv_timer_t* guiPumpTimer = nullptr;
 
  private:
+  // Belongs to the host's exit list, which may outlive the record.
+  struct ExitNet {
+    Environment* environment;
+  };
+
   explicit Environment(v8::Isolate* isolate);
   ~Environment() = default;
   static void CleanUp(void* self, void (*done)(void*), void* done_argument);
+  static void AtExit(void* net);
+  void Silence();
   void ReleaseObjects();
 
   v8::Isolate* isolate_;
   uv_loop_t* loop_;
   v8::Global<v8::External> external_;
   node::AsyncCleanupHookHandle hook_;
+  ExitNet* exit_net_ = nullptr;
   Closable* objects_ = nullptr;
   AsyncJob* jobs_ = nullptr;
   size_t held_ = 0;

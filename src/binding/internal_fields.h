@@ -1,12 +1,14 @@
 // Internal fields of classes that have several of them.
 //
-// From Node.js 20 on the collector reads field 0 of every object with two fields or more as a pointer, from another
-// thread. So such an object keeps a pointer to an immortal class tag in its physical field 0, and the class's own fields
-// follow behind it; the functions here map the numbers. Raw bits may stand in any of the class's own fields.
+// From Node.js 20 on the collector reads field 0 of every object with two fields or more as a pointer, from
+// another thread. So such an object keeps a pointer to an immortal class tag in its physical field 0, and the
+// class's own fields follow behind it; the functions here map the numbers. Raw bits may stand in any of the
+// class's own fields.
 #pragma once
 
 #include <v8.h>
 
+#include <array>
 #include <bit>
 #include <cstdint>
 
@@ -20,7 +22,9 @@ struct alignas(8) ClassTag {
 };
 
 // What a template is given for a class with that many fields of its own.
-constexpr int PhysicalFieldCount(int fields) { return fields + 1; }
+constexpr int PhysicalFieldCount(int fields) {
+  return fields + 1;
+}
 
 inline void SetClassTag(v8::Local<v8::Object> object, const ClassTag& tag) {
   compat::SetPointer(object, 0, const_cast<ClassTag*>(&tag));
@@ -38,7 +42,9 @@ inline v8::Local<v8::Value> GetObjectField(v8::Local<v8::Object> object, int fie
 inline void SetPointerField(v8::Local<v8::Object> object, int field, void* pointer) {
   compat::SetPointer(object, field + 1, pointer);
 }
-inline void* GetPointerField(v8::Local<v8::Object> object, int field) { return compat::GetPointer(object, field + 1); }
+inline void* GetPointerField(v8::Local<v8::Object> object, int field) {
+  return compat::GetPointer(object, field + 1);
+}
 
 // 64 bits over two fields, as halves shifted left by one: an aligned pointer has a clear low bit.
 inline void SetBitsField(v8::Local<v8::Object> object, int field, uint64_t bits) {
@@ -57,6 +63,20 @@ inline void SetDoubleField(v8::Local<v8::Object> object, int field, double value
 }
 inline double GetDoubleField(v8::Local<v8::Object> object, int field) {
   return std::bit_cast<double>(GetBitsField(object, field));
+}
+
+// Several doubles from a field on, written together.
+template <size_t kCount>
+void SetDoubleFields(v8::Local<v8::Object> object, int field, const std::array<double, kCount>& values) {
+  void* halves[2 * kCount];
+  int fields[2 * kCount];
+  for (size_t i = 0; i < kCount; i++) {
+    const auto bits = std::bit_cast<uint64_t>(values[i]);
+    halves[2 * i] = reinterpret_cast<void*>(static_cast<uintptr_t>(static_cast<uint32_t>(bits)) << 1);
+    halves[2 * i + 1] = reinterpret_cast<void*>(static_cast<uintptr_t>(bits >> 32) << 1);
+  }
+  for (int i = 0; i < static_cast<int>(2 * kCount); i++) fields[i] = field + 1 + i;
+  compat::SetPointers(object, field + 1, static_cast<int>(2 * kCount), halves, fields);
 }
 
 }  // namespace KilnNodeWrapper
