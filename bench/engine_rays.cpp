@@ -2,9 +2,9 @@
 // on the very same rays in the same scene.
 //
 //   engine_rays <scene> [side in pixels, 512] [samples, 16] [threads, one per core] [picture.ppm]
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <string>
 
 #include "engine/formats/loader.h"
@@ -17,10 +17,9 @@
 namespace {
 
 using namespace kiln::engine;
-using Clock = std::chrono::steady_clock;
-
-double SecondsSince(Clock::time_point begin) {
-  return std::chrono::duration<double>(Clock::now() - begin).count();
+// Of all threads of the process, in seconds.
+double ProcessorSeconds() {
+  return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
 }
 
 // Renders every bucket on the workers; the rays of one sample per pixel are kept when `recorded` is given.
@@ -31,7 +30,7 @@ double RenderAll(const render::FrameRenderer& frame, int side, int samples, int 
   std::vector<render::TraceStatistics> statistics(workers);
   if (recorded != nullptr) recorded->assign(workers, {});
   const std::atomic<bool> never{false};
-  const Clock::time_point begin = Clock::now();
+  const double begin = ProcessorSeconds();
   render::RunWorkers(workers, [&](int worker) {
     render::TraceStatistics own;
     if (recorded != nullptr) own.record = &(*recorded)[worker];
@@ -39,7 +38,7 @@ double RenderAll(const render::FrameRenderer& frame, int side, int samples, int 
     while (queue.Next(&bucket)) frame.RenderBucket(bucket, 0, samples, never, film, &own);
     statistics[worker] = own;
   });
-  const double seconds = SecondsSince(begin);
+  const double seconds = ProcessorSeconds() - begin;
   *rays = 0;
   for (const auto& s : statistics) *rays += s.rays;
   return seconds;
@@ -47,7 +46,7 @@ double RenderAll(const render::FrameRenderer& frame, int side, int samples, int 
 
 // Traces recorded rays again with nothing around them.
 double Retrace(const render::RenderScene& scene, const std::vector<std::vector<render::Ray>>& recorded) {
-  const Clock::time_point begin = Clock::now();
+  const double begin = ProcessorSeconds();
   render::RunWorkers(static_cast<int>(recorded.size()), [&](int worker) {
     size_t met = 0;
     for (const render::Ray& ray : recorded[worker]) {
@@ -56,7 +55,7 @@ double Retrace(const render::RenderScene& scene, const std::vector<std::vector<r
     }
     if (met > recorded[worker].size()) std::abort();
   });
-  return SecondsSince(begin);
+  return ProcessorSeconds() - begin;
 }
 
 void WritePpm(const image::Image& image, const char* path) {
@@ -91,7 +90,7 @@ int Run(int argc, char** argv) {
   }
   render::SceneBuilder builder;
   std::shared_ptr<const render::RenderScene> built;
-  const Clock::time_point begin = Clock::now();
+  const double begin = ProcessorSeconds();
   render::RunInArena(workers, [&] {
     built = builder.Build(scene, {}, [](int level, std::string_view text) {
       std::fprintf(stderr, "log %d: %.*s\n", level, static_cast<int>(text.size()), text.data());
@@ -101,7 +100,7 @@ int Run(int argc, char** argv) {
     std::fprintf(stderr, "%s: no camera\n", argv[1]);
     return 1;
   }
-  const double preparation = SecondsSince(begin);
+  const double preparation = ProcessorSeconds() - begin;
   const render::FrameRenderer frame(built, side, side, {});
   render::Film film;
   film.Resize(side, side, false);
@@ -117,7 +116,8 @@ int Run(int argc, char** argv) {
   Retrace(*built, recorded);
   const double limit = static_cast<double>(recorded_rays) / Retrace(*built, recorded);
   std::printf(
-      "prepare %.3f s, render %.3f s, %.1f Mrays, %.2f Mrays/s; Embree alone %.2f Mrays/s; ratio %.2f\n",
+      "prepare %.3f s, render %.3f s, %.1f Mrays, %.2f Mrays/s; Embree alone %.2f Mrays/s; ratio %.2f "
+      "(seconds of one core)\n",
       preparation, seconds, static_cast<double>(rays) * 1e-6, rate * 1e-6, limit * 1e-6, rate / limit);
   if (argc > 5) {
     const render::ImagePtr image(film.MakeImage());

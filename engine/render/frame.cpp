@@ -26,19 +26,20 @@ bool FrameRenderer::RenderBucket(const Bucket& bucket, int first, int count,
   film->Load(bucket, pixels.data());
   for (int y = 0; y < bucket.height; ++y) {
     for (int x = 0; x < bucket.width; ++x) {
-      if (interrupt.load(std::memory_order_relaxed)) return false;
-      RenderPixel(bucket.x + x, bucket.y + y, first, count,
-                  &pixels[static_cast<size_t>(y) * bucket.width + x], statistics);
+      if (!RenderPixel(bucket.x + x, bucket.y + y, first, count,
+                       &pixels[static_cast<size_t>(y) * bucket.width + x], interrupt, statistics))
+        return false;
     }
   }
   film->Store(bucket, pixels.data());
   return true;
 }
 
-void FrameRenderer::RenderPixel(int x, int y, int first, int count, FilmPixel* pixel,
-                                TraceStatistics* statistics) const {
+bool FrameRenderer::RenderPixel(int x, int y, int first, int count, FilmPixel* pixel,
+                                const std::atomic<bool>& interrupt, TraceStatistics* statistics) const {
   const Camera& camera = *scene_->camera;
   for (int i = first; i < first + count; ++i) {
+    if (interrupt.load(std::memory_order_relaxed)) return false;
     const Sampler sampler(static_cast<uint32_t>(x), static_cast<uint32_t>(y), static_cast<uint32_t>(i),
                           scene_->settings.seed);
     const Sample4 u = sampler.Get(0);
@@ -54,6 +55,7 @@ void FrameRenderer::RenderPixel(int x, int y, int first, int count, FilmPixel* p
     }
     pixel->Add(radiance, path.alpha);
   }
+  return true;
 }
 
 }  // namespace kiln::engine::render

@@ -27,7 +27,8 @@ class FrameRenderer {
   const RenderScene& scene() const { return *scene_; }
 
  private:
-  void RenderPixel(int x, int y, int first, int count, FilmPixel* pixel, TraceStatistics* statistics) const;
+  bool RenderPixel(int x, int y, int first, int count, FilmPixel* pixel, const std::atomic<bool>& interrupt,
+                   TraceStatistics* statistics) const;
 
   std::shared_ptr<const RenderScene> scene_;
   PathIntegrator integrator_;

@@ -13,23 +13,23 @@ double Window(double t) {
 
 }  // namespace
 
-PixelFilter::PixelFilter(bool box, float radius)
-    : box_(box), radius_(std::isfinite(radius) ? std::clamp(radius, 0.5f, 8.0f) : 1.5f) {
+PixelFilter::PixelFilter(bool box, float radius) : box_(box) {
+  const float reach = std::isfinite(radius) ? std::clamp(radius, 0.5f, 8.0f) : 1.5f;
+  constexpr int kSteps = 8192;
+  double total = 0;
+  for (int i = 0; i < kSteps; ++i) total += Window((i + 0.5) / kSteps);
   double sum = 0;
-  for (int i = 0; i < kCells; ++i) {
-    sum += Window((i + 0.5) / kCells);
-    cumulative_[i + 1] = static_cast<float>(sum);
+  int cell = 0;
+  for (int i = 0; i < kSteps; ++i) {
+    const double next = sum + Window((i + 0.5) / kSteps) / total;
+    // Every cell border that this step passes lies within it, in proportion.
+    for (; cell <= kCells && static_cast<double>(cell) / kCells <= next; ++cell) {
+      const double inside = next > sum ? (static_cast<double>(cell) / kCells - sum) / (next - sum) : 0;
+      inverse_[cell] = reach * static_cast<float>(2 * (i + inside) / kSteps - 1);
+    }
+    sum = next;
   }
-  for (float& c : cumulative_) c = static_cast<float>(c / sum);
-  cumulative_[kCells] = 1;
-}
-
-float PixelFilter::Invert(float u) const {
-  const auto above = std::upper_bound(cumulative_.begin(), cumulative_.end(), u);
-  const int cell = std::clamp(static_cast<int>(above - cumulative_.begin()) - 1, 0, kCells - 1);
-  const float width = cumulative_[cell + 1] - cumulative_[cell];
-  const float inside = width > 0 ? (u - cumulative_[cell]) / width : 0.5f;
-  return radius_ * (2 * (static_cast<float>(cell) + inside) / kCells - 1);
+  for (; cell <= kCells; ++cell) inverse_[cell] = reach;
 }
 
 }  // namespace kiln::engine::render
