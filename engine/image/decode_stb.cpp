@@ -31,13 +31,22 @@ struct Source {
   std::span<const std::byte> bytes;
   size_t position = 0;
   bool exhausted = false;
+  // Past the end: nothing, which ends the search for a header's lines, or all ones while pixels are read.
+  bool pixels = false;
 };
 
 int Read(void* user, char* to, int size) {
   auto* source = static_cast<Source*>(user);
   const size_t count = std::min(static_cast<size_t>(size), source->bytes.size() - source->position);
-  if (count == 0) source->exhausted = true;
-  if (count > 0) std::memcpy(to, source->bytes.data() + source->position, count);
+  if (count == 0) {
+    source->exhausted = true;
+    if (!source->pixels) return 0;
+    // At an end stb_image reads zeros, and its HDR reader takes those for empty runs and looks for more for
+    // ever. Bytes of all ones move every reader on.
+    std::memset(to, 0xff, static_cast<size_t>(size));
+    return size;
+  }
+  std::memcpy(to, source->bytes.data() + source->position, count);
   source->position += count;
   return static_cast<int>(count);
 }
@@ -61,7 +70,7 @@ constexpr uint64_t kPixelsPerByte = 128;
 ImagePtr Prepare(std::span<const std::byte> bytes, const char* format, float gamma, std::string* error) {
   Source source{bytes};
   int width = 0, height = 0, channels = 0;
-  if (!stbi_info_from_callbacks(&kCallbacks, &source, &width, &height, &channels)) {
+  if (!stbi_info_from_callbacks(&kCallbacks, &source, &width, &height, &channels) || source.exhausted) {
     Fail(error, std::string("the ") + format + " has no readable header");
     return nullptr;
   }
@@ -86,7 +95,7 @@ Image* Finish(ImagePtr image, bool read, const Source& source, const char* forma
 Image* DecodeHdr(std::span<const std::byte> bytes, std::string* error) try {
   ImagePtr image = Prepare(bytes, "HDR", 1, error);
   if (!image) return nullptr;
-  Source source{bytes};
+  Source source{bytes, 0, false, true};
   int width = 0, height = 0, channels = 0;
   const std::unique_ptr<float, PixelsDeleter> pixels(
       stbi_loadf_from_callbacks(&kCallbacks, &source, &width, &height, &channels, 4));
@@ -106,7 +115,7 @@ Image* DecodeTga(std::span<const std::byte> bytes, std::string* error) try {
   }
   ImagePtr image = Prepare(bytes, "TGA", kDisplayGamma, error);
   if (!image) return nullptr;
-  Source source{bytes};
+  Source source{bytes, 0, false, true};
   const std::unique_ptr<stbi_uc, PixelsDeleter> pixels(
       stbi_load_from_callbacks(&kCallbacks, &source, &width, &height, &channels, 4));
   const bool whole = pixels && width == image->width && height == image->height;
