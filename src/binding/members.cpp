@@ -110,6 +110,10 @@ bool ExportClass(v8::Isolate* isolate, v8::Local<v8::Object> exports, const char
          exports->Set(context, key, function).FromMaybe(false);
 }
 
+v8::Local<v8::Symbol> InspectSymbol(v8::Isolate* isolate) {
+  return v8::Symbol::For(isolate, v8::String::NewFromUtf8Literal(isolate, "nodejs.util.inspect.custom"));
+}
+
 void ConstructAgain(const Arguments& info, v8::Local<v8::FunctionTemplate> target) {
   v8::Local<v8::Context> context = info.GetIsolate()->GetCurrentContext();
   std::vector<v8::Local<v8::Value>> arguments;

@@ -69,6 +69,9 @@ v8::Local<v8::FunctionTemplate> NewClass(v8::Isolate* isolate, v8::Local<v8::Ext
 bool ExportClass(v8::Isolate* isolate, v8::Local<v8::Object> exports, const char* name,
                  v8::Local<v8::FunctionTemplate> target);
 
+// Symbol.for("nodejs.util.inspect.custom"): a method under it is what util.inspect prints.
+v8::Local<v8::Symbol> InspectSymbol(v8::Isolate* isolate);
+
 // Calls the constructor again with `new` and the same arguments, for a class called as a function.
 void ConstructAgain(const Arguments& info, v8::Local<v8::FunctionTemplate> target);
 

@@ -11,6 +11,7 @@
 #include "module/sdk_library.h"
 #include "renderer/kiln_renderer.h"
 #include "values/typed_lists.h"
+#include "values/value_classes.h"
 
 namespace KilnNodeWrapper {
 namespace {
@@ -59,12 +60,6 @@ constexpr Constant kConstants[] = {
     {"PROFILER_MODE_FULL", 2},
 };
 
-// Classes, in the order in which they appear on the exports.
-constexpr void (*kClasses[])(v8::Isolate*, v8::Local<v8::External>, v8::Local<v8::Object>) = {
-    RegisterKilnRenderer,
-    RegisterKilnImage,
-};
-
 // The environment's library first, then the bin directory of the SDK's root, then the system's own search.
 // What comes of it is asked for later: a missing library never fails the load of the add-on.
 void FindLibrary() {
@@ -91,7 +86,7 @@ void DefineStringify(v8::Isolate* isolate, Environment& environment, v8::Local<v
   (void)exports->Set(context, name, function).FromMaybe(false);
 }
 
-void DefineLanguage(v8::Isolate* isolate, v8::Local<v8::Object> exports) {
+void RegisterLanguage(v8::Isolate* isolate, v8::Local<v8::External>, v8::Local<v8::Object> exports) {
   v8::Local<v8::Object> language = v8::Object::New(isolate);
   defineValue(isolate, language, "EN_US", v8::String::NewFromUtf8Literal(isolate, "en-US"));
   defineValue(isolate, language, "ZH_CN", v8::String::NewFromUtf8Literal(isolate, "zh-CN"));
@@ -99,6 +94,12 @@ void DefineLanguage(v8::Isolate* isolate, v8::Local<v8::Object> exports) {
       ->Set(isolate->GetCurrentContext(), v8::String::NewFromUtf8Literal(isolate, "Language"), language)
       .FromMaybe(false);
 }
+
+// Classes and namespaces, in the order in which they appear on the exports.
+constexpr void (*kClasses[])(v8::Isolate*, v8::Local<v8::External>, v8::Local<v8::Object>) = {
+    RegisterKilnRenderer, RegisterKilnImage, RegisterLanguage, RegisterMatrix,
+    RegisterColor,        RegisterAColor,    RegisterVector,   RegisterTransform,
+};
 
 void FillExports(v8::Isolate* isolate, Environment& environment, v8::Local<v8::Object> exports) {
   v8::Local<v8::External> external = environment.external();
@@ -109,7 +110,6 @@ void FillExports(v8::Isolate* isolate, Environment& environment, v8::Local<v8::O
   }
   DefineStringify(isolate, environment, exports);
   for (const auto& register_class : kClasses) register_class(isolate, external, exports);
-  DefineLanguage(isolate, exports);
 }
 
 }  // namespace
@@ -122,8 +122,6 @@ NODE_MODULE_INIT(/* exports, module, context */) {
   v8::Context::Scope context_scope(context);
   KilnNodeWrapper::SdkAfterLoad = KilnNodeWrapper::WakePortsAtExit;
   KilnNodeWrapper::FindLibrary();
-  KilnNodeWrapper::liveObjectCounter = 0;
-  KilnNodeWrapper::frameBufferEnabled = true;
   KilnNodeWrapper::FillExports(isolate, *KilnNodeWrapper::Environment::Create(isolate),
                                exports.As<v8::Object>());
 }

@@ -1,7 +1,8 @@
-// The JavaScript face of the value types: where their doubles live, and the ways between a struct and its object.
+// The JavaScript face of the value types: where their doubles live, and the ways between a struct and its
+// object.
 //
-// The doubles stand in the object's own internal fields, with no native record and no weak handle, and a new object is a
-// clone of a pristine one: that makes an operation three times as quick as a wrapped record.
+// The doubles stand in the object's own internal fields, with no native record and no weak handle, and a new
+// object is a clone of a pristine one: that makes an operation three times as quick as a wrapped record.
 #pragma once
 
 #include <array>
@@ -13,8 +14,8 @@
 
 namespace KilnNodeWrapper::KilnValuesNodeWrapper {
 
-// What is particular to a type's class. kObjects internal fields, which hold objects made on demand, stand before the
-// doubles.
+// What is particular to a type's class. kObjects internal fields, which hold objects made on demand, stand
+// before the doubles.
 template <class T>
 struct ValueClass;
 
@@ -63,7 +64,8 @@ bool IsValue(v8::Local<v8::Value> value) {
   return value->IsObject() && HasClassTag(value.As<v8::Object>(), ValueClass<T>::kTag);
 }
 
-// The components of an instance of the type's class, or of a subclass; false for any other value. Never throws.
+// The components of an instance of the type's class, or of a subclass; false for any other value. Never
+// throws.
 template <class T>
 bool ReadValue(Environment& /*environment*/, v8::Local<v8::Value> value, T* result) {
   if (!IsValue<T>(value)) return false;
