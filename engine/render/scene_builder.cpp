@@ -31,13 +31,15 @@ bool IsFinite(const Transform& t) {
 // An object whose owner keeps what it points to alive.
 template <class T>
 std::shared_ptr<const T> HoldTogether(std::unique_ptr<T> object,
-                                      std::vector<std::shared_ptr<const void>> parts) {
+                                      const std::vector<std::shared_ptr<const void>>& parts) {
   if (object == nullptr) return nullptr;
   struct Holder {
     std::vector<std::shared_ptr<const void>> parts;
     std::unique_ptr<T> object;
   };
-  auto holder = std::make_shared<Holder>(std::move(parts), std::move(object));
+  auto holder = std::make_shared<Holder>();
+  holder->parts = parts;
+  holder->object = std::move(object);
   return std::shared_ptr<const T>(holder, holder->object.get());
 }
 
@@ -115,7 +117,7 @@ std::shared_ptr<const T> SceneBuilder::Get(Cache<T>& cache, scene::PluginId id,
     in_progress_.pop_back();
     // Looked up again: resolving references may have moved the entry.
     Cached<T>& entry = cache[id];
-    entry.object = HoldTogether<T>(std::move(made), std::move(recording_.back().parts));
+    entry.object = HoldTogether<T>(std::move(made), recording_.back().parts);
     recording_.back().parts.clear();
     entry.dependencies = std::move(recording_.back());
     entry.time = request_->time;
