@@ -115,10 +115,9 @@ void ReadRgb(Imf::InputFile& file, const Channels& channels, const Box& data, Im
     if (!channel || channel->xSampling != 1 || channel->ySampling != 1) {
       throw std::runtime_error("its channels differ in resolution");
     }
-    // OpenEXR addresses pixels by their place in the data window, so the base lies where 0, 0 would be.
-    const int64_t offset = data.y * static_cast<int64_t>(stride) + data.x * int64_t{4 * sizeof(float)};
-    char* base = reinterpret_cast<char*>(reinterpret_cast<intptr_t>(image.pixels() + c) - offset);
-    frame.insert(*names[c], Imf::Slice(Imf::FLOAT, base, 4 * sizeof(float), stride));
+    const Imath::V2i origin(static_cast<int>(data.x), static_cast<int>(data.y));
+    frame.insert(*names[c], Imf::Slice::Make(Imf::FLOAT, image.pixels() + c, origin, data.width, data.height,
+                                             4 * sizeof(float), stride));
   }
   file.setFrameBuffer(frame);
   file.readPixels(static_cast<int>(data.y), static_cast<int>(data.y + data.height - 1));
@@ -138,9 +137,11 @@ void ReadChroma(Bytes bytes, const Box& data, Image& image) {
   std::vector<Imf::Rgba> row(static_cast<size_t>(image.width));
   for (int y = 0; y < image.height; ++y) {
     const int line = static_cast<int>(data.y) + y;
-    auto* base = reinterpret_cast<Imf::Rgba*>(reinterpret_cast<intptr_t>(row.data()) -
-                                              data.x * static_cast<int64_t>(sizeof(Imf::Rgba)));
-    file.setFrameBuffer(base, 1, 0);
+    // OpenEXR addresses pixels by their place in the data window, so the base lies where column 0 would be.
+    const auto base =
+        reinterpret_cast<intptr_t>(row.data()) - data.x * static_cast<int64_t>(sizeof(Imf::Rgba));
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): a pointer outside its array may not be made by arithmetic.
+    file.setFrameBuffer(reinterpret_cast<Imf::Rgba*>(base), 1, 0);
     file.readPixels(line);
     float* to = image.row(y);
     for (const Imf::Rgba& pixel : row) {

@@ -74,10 +74,9 @@ void WritePixels(Imf::OutputFile& file, const Image& image, bool half) {
     }
     Imf::FrameBuffer frame;
     for (size_t c = 0; c < 4; ++c) {
-      // OpenEXR addresses rows from 0, so the base lies where row 0 would be.
-      char* base = reinterpret_cast<char*>(reinterpret_cast<uintptr_t>(block.data()) + c * sample -
-                                           stride * static_cast<size_t>(top));
-      frame.insert(kChannels[c], Imf::Slice(half ? Imf::HALF : Imf::FLOAT, base, 4 * sample, stride));
+      frame.insert(kChannels[c],
+                   Imf::Slice::Make(half ? Imf::HALF : Imf::FLOAT, block.data() + c * sample,
+                                    Imath::V2i(0, top), image.width, kRows, 4 * sample, stride));
     }
     file.setFrameBuffer(frame);
     file.writePixels(rows);

@@ -72,6 +72,8 @@ class SrgbCodes {
   std::array<uint8_t, ((kOne - kLowest) >> kShift) + 1> starts_;
 };
 
+// Values are never negative here, and a call of lround a channel would cost more than all the rest.
+// NOLINTBEGIN(bugprone-incorrect-roundings)
 uint8_t Byte(float v) {
   return static_cast<uint8_t>(Unit(v) * 255.0f + 0.5f);
 }
