@@ -80,6 +80,7 @@ uint8_t Byte(float v) {
 uint16_t Word(float v) {
   return static_cast<uint16_t>(Unit(v) * 65535.0f + 0.5f);
 }
+// NOLINTEND(bugprone-incorrect-roundings)
 
 }  // namespace
 
