@@ -88,7 +88,10 @@ void DefineMethods(v8::Isolate* isolate, v8::Local<v8::External> external,
 
 void DefineAccessors(v8::Isolate* isolate, v8::Local<v8::External> external,
                      v8::Local<v8::ObjectTemplate> target, std::span<const Accessor> accessors) {
-  for (const Accessor& accessor : accessors) defineTemplateAccessor(isolate, external, target, accessor);
+  // V8 lists the accessors of a template from the last to the first.
+  for (auto accessor = accessors.rbegin(); accessor != accessors.rend(); ++accessor) {
+    defineTemplateAccessor(isolate, external, target, *accessor);
+  }
 }
 
 v8::Local<v8::FunctionTemplate> NewClass(v8::Isolate* isolate, v8::Local<v8::External> external,

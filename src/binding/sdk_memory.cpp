@@ -2,6 +2,7 @@
 
 #include <node_buffer.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 
@@ -11,17 +12,24 @@
 namespace KilnNodeWrapper {
 namespace {
 
+// From here on the allocation itself may fail.
+constexpr size_t kProbedSize = size_t{64} << 20;
+
 // V8 calls it on a thread of its own, so it touches no V8 and the library is kept from going away meanwhile.
-void Delete(void* block, size_t /*size*/, void* /*data*/) {
-  ReleaseBlock(block);
+void Delete(void* block, size_t /*size*/, void* generation) {
+  ReleaseBlockOf(reinterpret_cast<uintptr_t>(generation), block);
 }
 
 }  // namespace
 
 void ReleaseBlock(void* block) {
+  ReleaseBlockOf(SdkGeneration(), block);
+}
+
+void ReleaseBlockOf(uintptr_t generation, void* block) {
   if (!block) return;
   SdkUse use;
-  if (use) sdk.C_memory_free(block);
+  if (use && generation == SdkGeneration()) sdk.C_memory_free(block);
 }
 
 v8::MaybeLocal<v8::ArrayBuffer> AdoptBlock(v8::Isolate* isolate, void* block, size_t size) {
@@ -30,13 +38,29 @@ v8::MaybeLocal<v8::ArrayBuffer> AdoptBlock(v8::Isolate* isolate, void* block, si
       ReleaseBlock(block);
       return v8::ArrayBuffer::New(isolate, 0);
     }
-    return v8::ArrayBuffer::New(isolate, v8::ArrayBuffer::NewBackingStore(block, size, Delete, nullptr));
+    return v8::ArrayBuffer::New(isolate, v8::ArrayBuffer::NewBackingStore(
+                                             block, size, Delete, reinterpret_cast<void*>(SdkGeneration())));
   } else {
     v8::Local<v8::ArrayBuffer> buffer = v8::ArrayBuffer::New(isolate, size);
     if (size > 0) std::memcpy(buffer->GetBackingStore()->Data(), block, size);
     ReleaseBlock(block);
     return buffer;
   }
+}
+
+v8::MaybeLocal<v8::ArrayBuffer> NewBuffer(v8::Isolate* isolate, const void* bytes, size_t size) {
+  v8::Local<v8::ArrayBuffer> buffer;
+  if (!compat::kAdoptsMemory || size < kProbedSize) {
+    buffer = v8::ArrayBuffer::New(isolate, size);
+    if (size > 0) std::memcpy(buffer->GetBackingStore()->Data(), bytes, size);
+    return buffer;
+  }
+  void* copy = std::malloc(size);
+  if (!copy) return {};
+  std::memcpy(copy, bytes, size);
+  return v8::ArrayBuffer::New(isolate,
+                              v8::ArrayBuffer::NewBackingStore(
+                                  copy, size, [](void* data, size_t, void*) { std::free(data); }, nullptr));
 }
 
 v8::MaybeLocal<v8::Object> AdoptBlockAsBuffer(v8::Isolate* isolate, void* block, size_t size) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "binding/error.h"
+#include "binding/sdk_memory.h"
 #include "binding/text.h"
 
 namespace KilnNodeWrapper::KilnValuesNodeWrapper {
@@ -180,6 +181,26 @@ v8::MaybeLocal<v8::String> TypedListText(Environment& environment, v8::Local<v8:
   }
   if (list->IsFloat32Array()) return ListText(isolate, list, ListKind::kFloat, max_items);
   return list->ToString(isolate->GetCurrentContext());
+}
+
+bool IsList(Environment& environment, v8::Local<v8::Value> value, ListKind kind) {
+  return HasListPrototype(
+      environment, value,
+      kind == ListKind::kVector ? environment.vectorListPrototype : environment.colorListPrototype);
+}
+
+v8::MaybeLocal<v8::Object> NewList(Environment& environment, ListKind kind, const void* numbers,
+                                   size_t count) {
+  v8::Local<v8::ArrayBuffer> memory;
+  if (!NewBuffer(environment.isolate(), numbers, count * 4).ToLocal(&memory)) return {};
+  v8::Local<v8::Object> list;
+  if (kind == ListKind::kInt) {
+    list = v8::Int32Array::New(memory, 0, count);
+  } else {
+    list = v8::Float32Array::New(memory, 0, count);
+  }
+  SetListPrototype(environment, list, kind);
+  return list;
 }
 
 bool SetListPrototype(Environment& environment, v8::Local<v8::Object> array, ListKind kind) {

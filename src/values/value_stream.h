@@ -9,6 +9,7 @@
 
 #include "binding/environment.h"
 #include "values.h"
+#include "values/typed_lists.h"
 
 namespace KilnNodeWrapper::KilnRendererNodeWrapper {
 class RendererWrapper;
@@ -67,24 +68,35 @@ class ValueWriter {
 class ValueReader {
  public:
   // renderer_object: the KilnRenderer that plugins are wrapped for; empty when there is none, and a plugin is
-  // undefined.
-  ValueReader(Environment& environment, v8::Local<v8::Object> renderer_object, const uint32_t* cursor);
-  // Empty when an object could not be made.
+  // undefined. size: of the stream in bytes; 0 when nobody knows.
+  ValueReader(Environment& environment, v8::Local<v8::Object> renderer_object, const uint32_t* cursor,
+              int32_t size = 0);
+  // Empty when an object could not be made, or the stream ends before the value does.
   v8::MaybeLocal<v8::Value> read();
 
  private:
+  // Whether there are that many bytes; if not, the read has failed.
+  bool Reserve(size_t bytes);
   template <class T>
   T Take();
+  const uint32_t* TakeWords(size_t count);
+  template <class T>
+  v8::MaybeLocal<v8::Value> ReadComponents();
   v8::MaybeLocal<v8::Value> ReadTagged(uint32_t tag);
-  v8::MaybeLocal<v8::Value> ReadString();
+  v8::MaybeLocal<v8::Value> ReadTransform();
+  v8::Local<v8::Value> ReadString();
+  v8::Local<v8::Value> ReadStringPointer();
+  v8::Local<v8::Value> ReadPlugin(bool with_output);
   v8::MaybeLocal<v8::Value> ReadStringList();
   v8::MaybeLocal<v8::Value> ReadList();
-  v8::MaybeLocal<v8::Value> ReadPlugin(bool with_output);
+  v8::MaybeLocal<v8::Value> ReadTypedList(ListKind kind, uint32_t words_per_element);
 
   Environment& environment_;
   v8::Isolate* isolate_;
   v8::Local<v8::Object> renderer_object_;
   const uint32_t* cursor_;
+  const uint32_t* end_;  // null: unknown
+  bool overrun_ = false;
 };
 
 // The text of a declared type code; "Object" for a code without one.
