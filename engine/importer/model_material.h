@@ -11,7 +11,9 @@
 
 #include "engine/formats/model_import_stage.h"
 
-namespace kiln::engine::formats {
+namespace kiln::engine::importer {
+
+using formats::ImportStage;
 
 // Classic materials are brought to the nearest principled one: a Phong exponent becomes a roughness, a black
 // specular colour switches reflection off. Colours are taken as linear. Textures that can't be found or
@@ -45,4 +47,4 @@ class ModelMaterials {
   std::map<std::vector<std::string>, Handle> textures_;
 };
 
-}  // namespace kiln::engine::formats
+}  // namespace kiln::engine::importer

@@ -1,5 +1,5 @@
 // Materials and textures of model files as MaterialPrincipled and TextureBitmap.
-#include "engine/formats/model_import_material.h"
+#include "engine/importer/model_material.h"
 
 #include <fmt/format.h>
 
@@ -8,8 +8,13 @@
 
 #include "engine/formats/model_import_files.h"
 
-namespace kiln::engine::formats {
+namespace kiln::engine::importer {
 namespace {
+
+using formats::IsDecodableImage;
+using formats::NameInFolder;
+using formats::PackBytes;
+using formats::ReadHead;
 
 constexpr uint32_t kAlpha = 1;
 constexpr uint32_t kRed = 2;
@@ -238,4 +243,4 @@ ImportStage::Handle ModelMaterials::Get(unsigned index) {
   return handle;
 }
 
-}  // namespace kiln::engine::formats
+}  // namespace kiln::engine::importer
