@@ -29,7 +29,7 @@ void Call(AsyncJob* owned) {
   ReportCaught(isolate, try_catch);
 }
 
-void After(uv_work_t* work, int /*status*/) {
+void After(uv_work_t* work, int status) {
   auto* job = static_cast<AsyncJob*>(work->data);
   Environment* environment = job->environment;
   // Whatever happens below, the environment is told last: it may end with it.
@@ -38,11 +38,14 @@ void After(uv_work_t* work, int /*status*/) {
     ~Settle() { environment->Drop(); }
   } settle{environment};
   environment->Hold();
-  environment->Remove(job);
   if (environment->ending() || job->callback.IsEmpty()) {
-    job->Abandon();
+    // What the operation uses must still be there, and goes at the latest with the last job of an ending
+    // environment.
+    if (status != UV_ECANCELED) job->Abandon();
+    environment->Remove(job);
     delete job;
   } else {
+    environment->Remove(job);
     Call(job);
   }
 }

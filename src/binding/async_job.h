@@ -6,7 +6,8 @@
 //                    on the JavaScript thread: makes the callback's arguments (at most kMaxCallbackArguments)
 //                    and returns their count, or kNoCall when one can't be made
 //   void Abandon();  optional; instead of Finish when nobody is called: there is no callback, or the
-//   environment ends
+//                    environment ends
+//   void Cancel();   optional; instead of all of them when the environment ends before Run has begun
 //
 // What an operation owns goes with its destructor, which always runs on the JavaScript thread.
 #pragma once
@@ -37,6 +38,7 @@ struct AsyncJob {
   virtual void Run() = 0;
   virtual int Finish(v8::Local<v8::Value>* arguments) = 0;
   virtual void Abandon() = 0;
+  virtual void Cancel() = 0;
   virtual ~AsyncJob() = default;
 };
 
@@ -52,6 +54,9 @@ struct JobOf final : AsyncJob {
   int Finish(v8::Local<v8::Value>* arguments) override { return operation.Finish(*environment, arguments); }
   void Abandon() override {
     if constexpr (requires { operation.Abandon(); }) operation.Abandon();
+  }
+  void Cancel() override {
+    if constexpr (requires { operation.Cancel(); }) operation.Cancel();
   }
   Operation operation;
 };

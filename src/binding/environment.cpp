@@ -34,23 +34,39 @@ Environment::Environment(v8::Isolate* isolate)
 
 Environment* Environment::Create(v8::Isolate* isolate) {
   auto* environment = new Environment(isolate);
+  environment->exit_net_ = new ExitNet{environment};
+  node::AtExit(node::GetCurrentEnvironment(isolate->GetCurrentContext()), AtExit, environment->exit_net_);
   environment->hook_ = node::AddEnvironmentCleanupHook(isolate, CleanUp, environment);
   return environment;
 }
 
-// The order matters. SDK threads are woken first, so that jobs which wait for them can end; objects are
-// released when no job uses them any more; the record goes last, when libuv has let go of every handle.
+// The order matters. Jobs that have not begun are told first, because some had taken a renderer's end upon
+// them; SDK threads are woken, so that jobs which wait for them can end; objects are released when no job
+// uses them any more; the record goes last, when libuv has let go of every handle.
 void Environment::CleanUp(void* self, void (*done)(void*), void* done_argument) {
   auto* environment = static_cast<Environment*>(self);
   environment->ending_ = true;
   environment->done_ = done;
   environment->done_argument_ = done_argument;
   environment->Hold();
-  for (Closable* object = environment->objects_; object; object = object->next_) object->Silence();
-  for (AsyncJob* job = environment->jobs_; job; job = job->next)
-    uv_cancel(reinterpret_cast<uv_req_t*>(&job->work));
+  for (AsyncJob* job = environment->jobs_; job; job = job->next) {
+    if (uv_cancel(reinterpret_cast<uv_req_t*>(&job->work)) == 0) job->Cancel();
+  }
+  environment->Silence();
   if (!environment->jobs_) environment->ReleaseObjects();
   environment->Drop();
+}
+
+void Environment::Silence() {
+  for (Closable* object = objects_; object; object = object->next_) object->Silence();
+}
+
+// The host waits for the jobs under way before it ends the process, so they must be able to end.
+void Environment::AtExit(void* argument) {
+  const std::unique_ptr<ExitNet> net(static_cast<ExitNet*>(argument));
+  if (!net->environment) return;
+  net->environment->exit_net_ = nullptr;
+  if (net->environment->jobs_) net->environment->Silence();
 }
 
 void Environment::ReleaseObjects() {
@@ -63,6 +79,7 @@ void Environment::Drop() {
   if (!ending_ || held_ > 0) return;
   void (*done)(void*) = done_;
   void* argument = done_argument_;
+  if (exit_net_) exit_net_->environment = nullptr;
   delete this;
   done(argument);
 }

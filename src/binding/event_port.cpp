@@ -1,6 +1,7 @@
 #include "binding/event_port.h"
 
 #include <mutex>
+#include <thread>
 
 namespace KilnNodeWrapper {
 namespace {
@@ -35,6 +36,9 @@ void WakeAllPorts() {
 void Free(uv_handle_t* handle) {
   EventPort* port = EventPort::From(reinterpret_cast<uv_async_t*>(handle));
   Environment* environment = port->environment;
+  // A handle that two renderers share is released by one without the SDK's waiting for its threads: one that
+  // has just been woken may still read the port.
+  while (port->inside > 0) std::this_thread::yield();
   uv_sem_destroy(&port->done);
   std::free(port);
   environment->Drop();

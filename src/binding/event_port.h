@@ -20,6 +20,7 @@ struct EventPort {
   uv_async_t async;  // its data is the owner
   uv_sem_t done;
   std::atomic<bool> closing{false};
+  std::atomic<int> inside{0};  // SDK threads in a callback of the port
   v8::Isolate* isolate = nullptr;
   Environment* environment = nullptr;
   EventPort* previous = nullptr;
@@ -30,6 +31,24 @@ struct EventPort {
 
 // JavaScript thread. The port's handle keeps the loop alive while it is open.
 void OpenPort(EventPort* port, Environment& environment, void* owner, uv_async_cb handler);
+// The stay of an SDK thread in a port's callback: the port is not freed meanwhile. It is open when the event
+// may be delivered.
+class PortVisit {
+ public:
+  explicit PortVisit(EventPort* port) : port_(port) {
+    if (port_) port_->inside++;
+  }
+  PortVisit(const PortVisit&) = delete;
+  PortVisit& operator=(const PortVisit&) = delete;
+  ~PortVisit() {
+    if (port_) port_->inside--;
+  }
+  bool open() const { return port_ && !port_->closing; }
+
+ private:
+  EventPort* port_;
+};
+
 // SDK thread: wakes the loop and waits until the handler, or a closing of the port, has posted. Returns at
 // once when the loop can't be woken.
 void DeliverAndWait(EventPort* port);

@@ -48,10 +48,14 @@ class ReleaseQueue : public std::enable_shared_from_this<ReleaseQueue> {
   // The environment's end: every handle goes now, on its own thread; the cookies stay valid until they come
   // back.
   void Close() {
+    {
+      // One step: a release on another thread comes before it and is drained, or after it and finds no
+      // handle.
+      std::lock_guard lock(mutex_);
+      closed_ = true;
+      for (KeptObject* kept : out_) kept->object.Reset();
+    }
     Drain();
-    std::lock_guard lock(mutex_);
-    closed_ = true;
-    for (KeptObject* kept : out_) kept->object.Reset();
     wake_->queue = nullptr;
     uv_close(reinterpret_cast<uv_handle_t*>(&wake_->handle), [](uv_handle_t* handle) {
       auto* wake = reinterpret_cast<Wake*>(handle);

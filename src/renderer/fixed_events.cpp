@@ -10,7 +10,8 @@ int32_t OnContextMenu(void* memory) {
   const auto* record = static_cast<const KilnContextMenuEvent*>(memory);
   if (!record) return 0;
   auto* port = static_cast<PortOf<ContextMenuEvent>*>(record->head.user_data);
-  if (!port || port->closing) return 0;
+  const PortVisit visit(port);
+  if (!visit.open()) return 0;
   port->event = {0, record->second, record->third, record->first};
   DeliverAndWait(port);
   return 0;
@@ -21,7 +22,8 @@ int32_t OnUpload(void* memory) {
   const auto* record = static_cast<const KilnUploadEvent*>(memory);
   if (!record) return 0;
   auto* port = static_cast<PortOf<UploadEvent>*>(record->head.user_data);
-  if (!port || port->closing) return 0;
+  const PortVisit visit(port);
+  if (!visit.open()) return 0;
   port->event.record = record;
   DeliverAndWait(port);
   return port->event.result;

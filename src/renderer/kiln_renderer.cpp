@@ -88,6 +88,7 @@ struct CloseRenderer {
     return 0;
   }
   void Abandon() { wrapper->Settle(); }
+  void Cancel() { wrapper->CancelRelease(); }
 };
 
 void Close(const Arguments& info) {

@@ -125,13 +125,19 @@ void Commit(const Arguments& info) {
 
 void GetImage(const Arguments& info) {
   v8::Isolate* isolate = info.GetIsolate();
-  KilnRendererHandle renderer = RendererOf(info).renderer;
   KilnImageHandle image = nullptr;
   if (info[0]->IsObject()) {
+    // Every key is read, whatever another one threw.
+    v8::TryCatch try_catch(isolate);
     const KilnImageOptions options = ReadImageOptions(isolate->GetCurrentContext(), info[0].As<v8::Object>());
-    image = sdk.Kiln_KilnRenderer_getImage(renderer, &options);
+    if (try_catch.HasCaught()) {
+      try_catch.ReThrow();
+      return;
+    }
+    // Only now: a getter may close the renderer.
+    image = sdk.Kiln_KilnRenderer_getImage(RendererOf(info).renderer, &options);
   } else {
-    image = sdk.Kiln_KilnRenderer_getImage(renderer, nullptr);
+    image = sdk.Kiln_KilnRenderer_getImage(RendererOf(info).renderer, nullptr);
   }
   v8::Local<v8::Object> object;
   if (image && wrapImageHandle(EnvironmentOf(info), image, -1, -1, nullptr).ToLocal(&object)) {

@@ -87,7 +87,8 @@ int32_t OnCallback(void* memory) {
   const auto* record = static_cast<const Record*>(memory);
   if (!record) return 0;
   auto* port = static_cast<PortOf<RendererEvent>*>(record->head.user_data);
-  if (!port || port->closing) return 0;
+  const PortVisit visit(port);
+  if (!visit.open()) return 0;
   port->event.eventKind = kKind;
   port->event.time = record->head.time;
   Store(*record, port->event);
@@ -288,10 +289,19 @@ void RegisterLogCallback(RendererWrapper& wrapper) {
   sdk.Kiln_KilnRenderer_setDumpMessageCallback(wrapper.renderer, &descriptor, wrapper.minLogLevel);
 }
 
+namespace {
+
+// What is no number counts as 0, and reports nothing.
+uint32_t ReadKind(const Arguments& info) {
+  v8::TryCatch try_catch(info.GetIsolate());
+  return static_cast<uint32_t>(info[0]->Int32Value(info.GetIsolate()->GetCurrentContext()).FromMaybe(0));
+}
+
+}  // namespace
+
 void SwitchCallback(const Arguments& info) {
   RendererWrapper& wrapper = RendererOf(info);
-  const auto kind =
-      static_cast<uint32_t>(info[0]->Int32Value(info.GetIsolate()->GetCurrentContext()).FromMaybe(0));
+  const uint32_t kind = ReadKind(info);
   if (kind >= kKindCount || kind == kUnusedKind) return;
   const bool enable = info[1]->IsTrue();
   if (kind == kLogMessage) {

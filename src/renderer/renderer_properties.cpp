@@ -95,6 +95,8 @@ void SetSize(Name, Value value, const SetterInfo& info) {
   v8::Local<v8::Context> context = ContextOf(isolate);
   v8::Local<v8::Object> size;
   if (!value->ToObject(context).ToLocal(&size)) return;
+  // What can't be read counts as missing, and its exception is thrown in the end.
+  v8::TryCatch try_catch(isolate);
   const int32_t width = IntKey(context, size, "width");
   const int32_t height = IntKey(context, size, "height");
   int32_t flags = KILN_KEEP_CROP_REGION | KILN_KEEP_RENDER_REGION;
@@ -106,6 +108,7 @@ void SetSize(Name, Value value, const SetterInfo& info) {
     flags &= ~KILN_KEEP_RENDER_REGION;
   }
   sdk.Kiln_KilnRenderer_setImageSizeEx(RendererOf(info).renderer, width, height, flags);
+  if (try_catch.HasCaught()) try_catch.ReThrow();
 }
 
 struct Mode {

@@ -20,9 +20,11 @@ class RendererWrapper final : public Closable {
   // stays parked. Does nothing for a closed one.
   void Close();
   // Around a release on another thread, during which events are still served: the environment's end then
-  // leaves the handle to it. Settle does what is left when the SDK is through.
+  // leaves the handle to it. Settle does what is left when the SDK is through; CancelRelease takes a release
+  // back that has not begun.
   void BeginRelease() { releasing_++; }
   void Settle();
+  void CancelRelease() { releasing_--; }
 
   void Silence() override;
   // Ends the record too: no weak callback comes after the environment's end.

@@ -48,14 +48,18 @@ struct LoadNamed : LoadOutcome {
 struct LoadBlock : LoadOutcome {
   KilnSceneBuffer buffer;
   void Run() { Take(sdk.Kiln_KilnRenderer_loadAsBuffer(renderer, &buffer)); }
+  // The SDK has never seen the memory and will not release it.
+  void Cancel() { buffer.release(nullptr, 0, buffer.user); }
 };
 
 // One string, primitive or object; an array is refused.
 void LoadOne(const Arguments& info, LoadFunction function, const char* message) {
   v8::Isolate* isolate = info.GetIsolate();
   if (!IsText(info[0])) return ThrowError(isolate, message);
-  LoadNamed operation{{RendererOf(info).renderer}, function, {}};
-  if (!ReadString(isolate->GetCurrentContext(), info[0], &operation.source)) return;
+  std::string source;
+  if (!ReadString(isolate->GetCurrentContext(), info[0], &source)) return;
+  // Only now: a String object's own toString may close the renderer.
+  LoadNamed operation{{RendererOf(info).renderer}, function, std::move(source)};
   Queue(info, CallbackAt(info, 1), std::move(operation));
 }
 

@@ -32,7 +32,7 @@ struct Entry {
   uint64_t order = 0;
 };
 
-using Key = std::pair<int, uint64_t>;  // row of the setter, handle
+using Key = std::pair<uint64_t, int>;  // handle, row of the setter
 
 struct Callbacks {
   std::mutex mutex;
@@ -60,9 +60,9 @@ std::optional<uint64_t> FindHandle(const Callbacks& all, const RaiseRequest& req
   std::optional<uint64_t> handle;
   uint64_t latest = 0;
   for (const auto& [key, entry] : all.entries) {
-    if (key.first != request.row || entry.order < latest || (!entry.set && !request.stale)) continue;
+    if (key.second != request.row || entry.order < latest || (!entry.set && !request.stale)) continue;
     latest = entry.order;
-    handle = key.second;
+    handle = key.first;
   }
   return handle;
 }
@@ -71,7 +71,7 @@ std::optional<uint64_t> FindHandle(const Callbacks& all, const RaiseRequest& req
 std::optional<CallbackDescriptor> Begin(const RaiseRequest& request, uint64_t handle) {
   Callbacks& all = The();
   const std::lock_guard lock(all.mutex);
-  const auto found = all.entries.find({request.row, handle});
+  const auto found = all.entries.find({handle, request.row});
   if (found == all.entries.end() || found->second.times == 0 || (!found->second.set && !request.stale))
     return {};
   ++all.running[handle];
@@ -131,7 +131,7 @@ bool DeliverOne(const RaiseRequest& request, RaiseResult& total, std::mutex& tot
 void SetCallback(int row, uint64_t handle, const CallbackDescriptor* descriptor) {
   Callbacks& all = The();
   const std::lock_guard lock(all.mutex);
-  Entry& entry = all.entries[{row, handle}];
+  Entry& entry = all.entries[{handle, row}];
   entry.set = descriptor != nullptr;
   if (descriptor == nullptr) return;
   entry.descriptor = *descriptor;
@@ -142,8 +142,9 @@ void SetCallback(int row, uint64_t handle, const CallbackDescriptor* descriptor)
 void CloseCallbacks(uint64_t handle) {
   Callbacks& all = The();
   std::unique_lock lock(all.mutex);
-  for (auto& [key, entry] : all.entries) {
-    if (key.second == handle) entry.set = false;
+  for (auto entry = all.entries.lower_bound({handle, 0});
+       entry != all.entries.end() && entry->first.first == handle; ++entry) {
+    entry->second.set = false;
   }
   const bool quiet = all.changed.wait_for(lock, kLongestRelease, [&] { return all.running[handle] == 0; });
   if (!quiet) {
@@ -156,7 +157,7 @@ std::vector<Registration> Registrations() {
   const std::lock_guard lock(The().mutex);
   std::vector<Registration> all;
   for (const auto& [key, entry] : The().entries) {
-    all.push_back({key.first, key.second, reinterpret_cast<uint64_t>(entry.descriptor.function),
+    all.push_back({key.second, key.first, reinterpret_cast<uint64_t>(entry.descriptor.function),
                    reinterpret_cast<uint64_t>(entry.descriptor.user_data), entry.set, entry.times});
   }
   return all;
