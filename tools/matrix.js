@@ -23,7 +23,7 @@ async function main(majors) {
   const versions = majors.length > 0 ? chosen(majors) : VERSIONS;
   const failure = setup(['build', 'engine', 'test']);
   if (failure) throw new Error(failure);
-  build();
+  build({ targets: ['KilnSDKLibrary'] });
   let total = nothing();
   for (const version of versions) {
     process.stdout.write(`Node.js ${version}\n`);

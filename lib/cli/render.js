@@ -47,7 +47,17 @@ function listenToLog(kiln, renderer, options, progress) {
   return said;
 }
 
-async function renderScene(renderer, options) {
+/** Whether Ctrl-C was pressed; steps that it should end look here. */
+class Interruption {
+  constructor() {
+    this.asked = false;
+  }
+  check() {
+    if (this.asked) throw new CommandFailure(EXIT.INTERRUPTED, 'Interrupted: nothing was written.');
+  }
+}
+
+async function renderScene(renderer, options, interruption) {
   try {
     await renderer.promises.load(options.scene);
   } catch (error) {
@@ -57,12 +67,16 @@ async function renderScene(renderer, options) {
   if (options.threads) renderer.numThreads = options.threads;
   // Passes over the whole image are what can end at any time; buckets would leave holes.
   if (options.timeLimit) renderer.renderMode = 'interactive';
+  interruption.check();
   try {
     await renderer.promises.start();
   } catch (error) {
     fail(`The render could not start: ${renderer.lastError || error.message}`);
   }
+  // A stop that was asked for during the preparation may have found nothing to stop.
+  if (interruption.asked) await renderer.promises.stop();
   await renderer.promises.waitForRenderEnd();
+  interruption.check();
 }
 
 async function saveImage(renderer, options) {
@@ -96,11 +110,11 @@ async function render(options) {
   const started = Date.now();
   const progress = new Progress(process.stderr);
   const renderer = await kiln.promises.createKilnRenderer({ enableFrameBuffer: false, showFrameBuffer: false });
-  let interrupted = false;
+  const interruption = new Interruption();
   const onInterrupt = () => {
     // Whoever asks twice does not want to wait for the threads to end.
-    if (interrupted) process.exit(EXIT.INTERRUPTED);
-    interrupted = true;
+    if (interruption.asked) process.exit(EXIT.INTERRUPTED);
+    interruption.asked = true;
     renderer.stop(() => {});
   };
   process.on('SIGINT', onInterrupt);
@@ -109,9 +123,8 @@ async function render(options) {
     if (!options.json) {
       renderer.on('progress', (text, done, total) => progress.update(text, shareDone(done, total, started, options), 1));
     }
-    await renderScene(renderer, options);
+    await renderScene(renderer, options, interruption);
     progress.end();
-    if (interrupted) throw new CommandFailure(EXIT.INTERRUPTED, 'Interrupted: nothing was written.');
     const state = renderer.state;
     if (state === 'idleError' || state === 'fatalError') fail(`The render failed: ${renderer.lastError}`);
     const { width, height } = await saveImage(renderer, options);

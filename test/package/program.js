@@ -24,6 +24,7 @@ function runNode(args, options = {}) {
       cwd: options.cwd || ROOT,
       env: environment(options.env),
       stdio: ['ignore', 'pipe', 'pipe'],
+      timeout: 120000,
     });
     const output = { stdout: '', stderr: '' };
     for (const name of ['stdout', 'stderr']) {
