@@ -1,6 +1,8 @@
 // Decoding an image from a Buffer, as a job and at once.
 #include <node_buffer.h>
 
+#include <memory>
+
 #include "binding/async_job.h"
 #include "binding/error.h"
 #include "binding/sdk_memory.h"
@@ -15,13 +17,14 @@ namespace {
 
 using KilnRendererNodeWrapper::RendererHandleOf;
 
-// The Buffer and the renderer stay alive until the job has settled: the pool thread reads the Buffer itself.
+// The bytes and the renderer stay alive until the job has settled: the pool thread reads the Buffer's own
+// memory, which must outlast a transfer of that Buffer too.
 struct DecodeJob {
   ImageKind kind;
   const void* data;
   uint64_t size;
   KilnRendererHandle renderer;
-  v8::Global<v8::Object> buffer;
+  std::shared_ptr<v8::BackingStore> memory;
   v8::Global<v8::Object> renderer_object;
   KilnImageHandle image = nullptr;
 
@@ -60,25 +63,22 @@ ImageKind ReadSource(const Arguments& info) {
 
 void CreateFromBuffer(const Arguments& info) {
   v8::Isolate* isolate = info.GetIsolate();
-  Environment& environment = EnvironmentOf(info);
   if (!EnsureBound(isolate)) return;
   if (info.Length() < 3) {
     return ThrowTypeError(isolate, "A Buffer, an image type string and a callback function should be passed");
   }
   const ImageKind kind = ReadSource(info);
   if (kind == ImageKind::kNone) return;
-  DecodeJob job{kind, node::Buffer::Data(info[0]), node::Buffer::Length(info[0]), nullptr, {}, {}};
-  v8::Local<v8::Function> callback;
-  for (int i = 2; i < info.Length(); i++) {
-    if (KilnRendererHandle renderer = RendererHandleOf(environment, info[i])) {
-      job.renderer = renderer;
-      job.renderer_object.Reset(isolate, info[i].As<v8::Object>());
-    }
-    if (info[i]->IsFunction()) callback = info[i].As<v8::Function>();
-  }
-  if (callback.IsEmpty()) return ThrowTypeError(isolate, "A callback function is required");
-  job.buffer.Reset(isolate, info[0].As<v8::Object>());
-  Queue(info, callback, std::move(job));
+  const JobArguments found = ScanJobArguments(info, 2);
+  if (found.callback.IsEmpty()) return ThrowTypeError(isolate, "A callback function is required");
+  DecodeJob job{kind,
+                node::Buffer::Data(info[0]),
+                node::Buffer::Length(info[0]),
+                found.renderer,
+                info[0].As<v8::ArrayBufferView>()->Buffer()->GetBackingStore(),
+                {}};
+  if (found.renderer) job.renderer_object.Reset(isolate, found.renderer_object);
+  Queue(info, found.callback, std::move(job));
 }
 
 void CreateFromBufferSync(const Arguments& info) {

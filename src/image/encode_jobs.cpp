@@ -111,17 +111,6 @@ class EncodingReader {
   int next_;
 };
 
-// Looks through the arguments from `next` on: the last renderer and the last function win, all else is
-// skipped.
-v8::Local<v8::Function> ScanRest(const Arguments& info, int next, KilnRendererHandle* renderer) {
-  v8::Local<v8::Function> callback;
-  for (int i = next; i < info.Length(); i++) {
-    if (KilnRendererHandle handle = RendererHandleOf(EnvironmentOf(info), info[i])) *renderer = handle;
-    if (info[i]->IsFunction()) callback = info[i].As<v8::Function>();
-  }
-  return callback;
-}
-
 // The type and its own arguments; -1 after throwing, otherwise the index behind them.
 int ReadCompression(const Arguments& info, Encoding* encoding) {
   v8::Isolate* isolate = info.GetIsolate();
@@ -175,8 +164,18 @@ int FinishWithError(Environment& environment, const char* text, v8::Local<v8::Va
   return MakeError(environment.isolate(), text).ToLocal(&arguments[0]) ? 2 : kNoCall;
 }
 
+// Takes the renderer and the callback from behind the encoding's own arguments, and queues the operation.
+template <class Operation>
+void QueueEncoding(const Arguments& info, int next, Operation operation) {
+  const JobArguments found = ScanJobArguments(info, next);
+  operation.encoding.renderer = found.renderer;
+  if (found.renderer) operation.renderer_object.Reset(info.GetIsolate(), found.renderer_object);
+  Queue(info, found.callback, std::move(operation));
+}
+
 struct CompressImage {
   Encoding encoding;
+  v8::Global<v8::Object> renderer_object;
   void* data = nullptr;
   uint64_t size = 0;
 
@@ -194,6 +193,7 @@ struct CompressImage {
 
 struct SaveImage {
   Encoding encoding;
+  v8::Global<v8::Object> renderer_object;
   std::string file;
   bool saved = false;
 
@@ -209,9 +209,7 @@ struct SaveImage {
 void Compress(const Arguments& info) {
   CompressImage operation;
   const int next = ReadCompression(info, &operation.encoding);
-  if (next < 0) return;
-  v8::Local<v8::Function> callback = ScanRest(info, next, &operation.encoding.renderer);
-  Queue(info, callback, std::move(operation));
+  if (next >= 0) QueueEncoding(info, next, std::move(operation));
 }
 
 void CompressSync(const Arguments& info) {
@@ -230,9 +228,7 @@ void CompressSync(const Arguments& info) {
 void Save(const Arguments& info) {
   SaveImage operation;
   const int next = ReadSave(info, &operation.encoding, &operation.file);
-  if (next < 0) return;
-  v8::Local<v8::Function> callback = ScanRest(info, next, &operation.encoding.renderer);
-  Queue(info, callback, std::move(operation));
+  if (next >= 0) QueueEncoding(info, next, std::move(operation));
 }
 
 void SaveSync(const Arguments& info) {

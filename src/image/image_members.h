@@ -8,7 +8,8 @@
 
 namespace KilnNodeWrapper {
 
-// The receiver's handle; null after throwing that the image is closed.
+// The receiver's handle; null after throwing that the image is closed. A member that converts arguments asks
+// again behind the conversions, which may have run a close.
 KilnImageHandle OpenImageOf(const Arguments& info);
 
 // Four, or two, leading integers. False with the pending exception of a conversion that failed.
@@ -19,6 +20,15 @@ enum class ImageKind { kNone = 0, kBmp = 1, kPng = 2, kJpeg = 3, kTiff = 4, kExr
 ImageKind ImageKindOf(std::string_view name);
 // A decoder for bmp, png and jpeg.
 KilnImageHandle DecodeImage(ImageKind kind, const void* data, uint64_t size, void* renderer);
+
+// What a job takes from anywhere behind its own arguments: the last renderer and the last function win, all
+// else is skipped.
+struct JobArguments {
+  KilnRendererHandle renderer = nullptr;
+  v8::Local<v8::Object> renderer_object;  // to be kept alive while the job uses its handle
+  v8::Local<v8::Function> callback;
+};
+JobArguments ScanJobArguments(const Arguments& info, int next);
 
 // pixel_members.cpp
 void GetGamma(v8::Local<v8::Name>, const GetterInfo& info);

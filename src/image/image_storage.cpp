@@ -15,28 +15,36 @@ v8::Local<v8::ArrayBuffer> BufferOf(v8::Local<v8::Value> array) {
 }
 
 // Holds the handle of an image whose memory JavaScript must not see; it goes with the array, or with the
-// environment.
+// environment. The collector is told of the memory, which the array does not show it.
 class HeldImage final : public Closable {
  public:
   HeldImage(Environment& environment, v8::Local<v8::Object> array, KilnImageHandle handle)
-      : handle_(handle), environment_(environment), array_(environment.isolate(), array) {
+      : handle_(handle),
+        size_(static_cast<int64_t>(sdk.KilnImage_getMemorySize(handle))),
+        generation_(SdkGeneration()),
+        environment_(environment),
+        array_(environment.isolate(), array) {
     array_.SetWeak(
         this, [](const v8::WeakCallbackInfo<HeldImage>& info) { info.GetParameter()->Release(); },
         v8::WeakCallbackType::kParameter);
     environment_.Add(this);
+    environment_.isolate()->AdjustAmountOfExternalAllocatedMemory(size_);
   }
   KilnImageHandle handle() const { return handle_; }
   void Silence() override {}
   void Release() override {
     environment_.Remove(this);
     array_.Reset();
-    ReleaseBlock(handle_);
+    environment_.isolate()->AdjustAmountOfExternalAllocatedMemory(-size_);
+    ReleaseBlockOf(generation_, handle_);
     delete this;
   }
 
  private:
   ~HeldImage() = default;
   KilnImageHandle handle_;
+  int64_t size_;
+  uintptr_t generation_;
   Environment& environment_;
   v8::Global<v8::Object> array_;
 };

@@ -3,6 +3,8 @@
 
 #include <node_buffer.h>
 
+#include <utility>
+
 #include "binding/error.h"
 #include "binding/sdk_memory.h"
 #include "binding/text.h"
@@ -10,6 +12,7 @@
 #include "image/image_storage.h"
 #include "module/module.h"
 #include "module/sdk_library.h"
+#include "renderer/kiln_renderer.h"
 
 namespace KilnNodeWrapper {
 namespace {
@@ -20,14 +23,26 @@ bool Set(v8::Isolate* isolate, v8::Local<v8::Object> object, const char* key, v8
          object->Set(isolate->GetCurrentContext(), name, value).FromMaybe(false);
 }
 
-// The add-on's own form: the handle, a place, a host.
-void SetPlace(const Arguments& info) {
+// A handle on its way into the constructor, which takes it out. One that was not taken is given back.
+struct Handover {
+  KilnImageHandle handle;
+  explicit Handover(KilnImageHandle handle) : handle(handle) {}
+  Handover(const Handover&) = delete;
+  Handover& operator=(const Handover&) = delete;
+  ~Handover() { ReleaseBlock(handle); }
+};
+
+// The add-on's own form: the handle, a place, a host. A property can't be set when somebody put a setter that
+// throws on the prototype.
+KilnImageHandle TakeOver(const Arguments& info) {
   v8::Isolate* isolate = info.GetIsolate();
-  if (info[1]->IsInt32() && info[2]->IsInt32()) {
-    Set(isolate, info.This(), "x", info[1]);
-    Set(isolate, info.This(), "y", info[2]);
+  auto* handover = static_cast<Handover*>(compat::ExternalPointer(info[0]));
+  if (info[1]->IsInt32() && info[2]->IsInt32() &&
+      (!Set(isolate, info.This(), "x", info[1]) || !Set(isolate, info.This(), "y", info[2]))) {
+    return nullptr;
   }
-  if (info[3]->IsString()) Set(isolate, info.This(), "host", info[3]);
+  if (info[3]->IsString() && !Set(isolate, info.This(), "host", info[3])) return nullptr;
+  return std::exchange(handover->handle, nullptr);
 }
 
 KilnImageHandle DecodeArgument(const Arguments& info) {
@@ -78,10 +93,7 @@ KilnImageHandle CreateOfSize(const Arguments& info) {
 // The handle for the constructor's arguments; null with an exception pending.
 KilnImageHandle HandleFor(const Arguments& info) {
   v8::Isolate* isolate = info.GetIsolate();
-  if (info[0]->IsExternal()) {
-    SetPlace(info);
-    return compat::ExternalPointer(info[0]);
-  }
+  if (info[0]->IsExternal()) return TakeOver(info);
   if (node::Buffer::HasInstance(info[0])) return DecodeArgument(info);
   if (info[0]->IsNullOrUndefined()) {
     ThrowTypeError(isolate, "Undefined value passed as an argument to KilnImage constructor");
@@ -101,8 +113,10 @@ void Construct(const Arguments& info) {
   int32_t width = 0;
   int32_t height = 0;
   sdk.KilnImage_getSize(handle, &width, &height);
-  Set(isolate, info.This(), "width", v8::Integer::New(isolate, width));
-  Set(isolate, info.This(), "height", v8::Integer::New(isolate, height));
+  if (!Set(isolate, info.This(), "width", v8::Integer::New(isolate, width)) ||
+      !Set(isolate, info.This(), "height", v8::Integer::New(isolate, height))) {
+    return ReleaseBlock(handle);
+  }
   if (StoreImage(environment, info.This(), handle)) info.GetReturnValue().Set(info.This());
 }
 
@@ -162,7 +176,8 @@ v8::MaybeLocal<v8::Object> wrapImageHandle(Environment& environment, KilnImageHa
                                            int32_t y, const char* host) {
   v8::Isolate* isolate = environment.isolate();
   v8::Local<v8::Context> context = isolate->GetCurrentContext();
-  v8::Local<v8::Value> arguments[4] = {compat::NewExternal(isolate, handle), v8::Undefined(isolate),
+  Handover handover(handle);
+  v8::Local<v8::Value> arguments[4] = {compat::NewExternal(isolate, &handover), v8::Undefined(isolate),
                                        v8::Undefined(isolate), v8::Undefined(isolate)};
   if (x >= 0 && y >= 0) {
     arguments[1] = v8::Integer::New(isolate, x);
@@ -177,7 +192,6 @@ v8::MaybeLocal<v8::Object> wrapImageHandle(Environment& environment, KilnImageHa
       constructor->NewInstance(context, 4, arguments).ToLocal(&image)) {
     return image;
   }
-  ReleaseBlock(handle);
   return {};
 }
 
@@ -207,6 +221,19 @@ ImageKind ImageKindOf(std::string_view name) {
     if (EqualsIgnoringCase(name, row.name)) return row.kind;
   }
   return ImageKind::kNone;
+}
+
+JobArguments ScanJobArguments(const Arguments& info, int next) {
+  JobArguments found;
+  for (int i = next; i < info.Length(); i++) {
+    KilnRendererHandle renderer = KilnRendererNodeWrapper::RendererHandleOf(EnvironmentOf(info), info[i]);
+    if (renderer) {
+      found.renderer = renderer;
+      found.renderer_object = info[i].As<v8::Object>();
+    }
+    if (info[i]->IsFunction()) found.callback = info[i].As<v8::Function>();
+  }
+  return found;
 }
 
 KilnImageHandle DecodeImage(ImageKind kind, const void* data, uint64_t size, void* renderer) {

@@ -9,6 +9,7 @@
 #include "image/kiln_image.h"
 #include "module/sdk_library.h"
 #include "values/typed_lists.h"
+#include "values/value_objects.h"
 
 namespace KilnNodeWrapper {
 namespace {
@@ -20,10 +21,24 @@ using FloatChange = int32_t (*SdkTable::*)(KilnImageHandle, float);
 
 // A missing number is NaN.
 void Change(const Arguments& info, FloatChange change) {
-  KilnImageHandle image = OpenImageOf(info);
   double value = 0;
-  if (!image || !info[0]->NumberValue(info.GetIsolate()->GetCurrentContext()).To(&value)) return;
+  if (!OpenImageOf(info) || !info[0]->NumberValue(info.GetIsolate()->GetCurrentContext()).To(&value)) return;
+  KilnImageHandle image = OpenImageOf(info);
+  if (!image) return;
   info.GetReturnValue().Set((sdk.*change)(image, static_cast<float>(value)) != 0);
+}
+
+// A colour with alpha is premultiplied; an object that is no colour is black.
+KilnImageColor ReadColor(Environment& environment, v8::Local<v8::Value> value) {
+  KilnValuesNodeWrapper::AColor with_alpha;
+  KilnValuesNodeWrapper::Color color;
+  if (ReadValue(environment, value, &with_alpha)) {
+    const auto& [r, g, b, a] = with_alpha;
+    color = {r * a, g * a, b * a};
+  } else {
+    ReadValue(environment, value, &color);
+  }
+  return {static_cast<float>(color.r), static_cast<float>(color.g), static_cast<float>(color.b)};
 }
 
 // Where a source is drawn that says so itself.
@@ -145,10 +160,11 @@ void GetGamma(v8::Local<v8::Name>, const GetterInfo& info) {
 
 void SetGamma(v8::Local<v8::Name>, v8::Local<v8::Value> value, const SetterInfo& info) {
   v8::Isolate* isolate = info.GetIsolate();
+  double gamma = 0;
+  if (imageHandleOf(compat::Holder(info)) && !value->NumberValue(isolate->GetCurrentContext()).To(&gamma))
+    return;
   KilnImageHandle image = imageHandleOf(compat::Holder(info));
   if (!image) return ThrowError(isolate, "This image is already closed.");
-  double gamma = 0;
-  if (!value->NumberValue(isolate->GetCurrentContext()).To(&gamma)) return;
   if (sdk.KilnImage_setGamma(image, static_cast<float>(gamma)) == 0)
     ThrowError(isolate, "Wrong gamma value passed.");
 }
@@ -175,39 +191,41 @@ void MakeNegative(const Arguments& info) {
   if (image) info.GetReturnValue().Set(sdk.KilnImage_makeNegative(image) != 0);
 }
 
-// An object that is no colour adds black.
 void AddColor(const Arguments& info) {
   KilnImageHandle image = OpenImageOf(info);
   if (!image || !info[0]->IsObject()) return;
-  const KilnImageColor color{};
+  const KilnImageColor color = ReadColor(EnvironmentOf(info), info[0]);
   info.GetReturnValue().Set(sdk.KilnImage_addColor(image, &color) != 0);
 }
 
 void Draw(const Arguments& info) {
   v8::Isolate* isolate = info.GetIsolate();
-  KilnImageHandle image = OpenImageOf(info);
-  if (!image) return;
+  if (!OpenImageOf(info)) return;
   if (!EnvironmentOf(info).imageTemplate.Get(isolate)->HasInstance(info[0])) {
     return ThrowTypeError(isolate, "Argument 0 (KilnImage) should be passed");
   }
-  KilnImageHandle source = imageHandleOf(info[0].As<v8::Object>());
-  if (!source) return ThrowTypeError(isolate, "The passed image is already closed.");
+  v8::Local<v8::Object> other = info[0].As<v8::Object>();
   int32_t x = 0;
   int32_t y = 0;
   int32_t mode = KILN_DRAW_COPY;
-  if (!ReadDrawArguments(info, &x, &y, &mode)) return;
+  if (imageHandleOf(other) && !ReadDrawArguments(info, &x, &y, &mode)) return;
+  KilnImageHandle source = imageHandleOf(other);
+  if (!source) return ThrowTypeError(isolate, "The passed image is already closed.");
+  KilnImageHandle image = OpenImageOf(info);
+  if (!image) return;
   info.GetReturnValue().Set(sdk.KilnImage_drawImage(image, source, x, y, mode) != 0);
 }
 
 // The size may be negative: only the test takes its absolute value, and the SDK gets it as it is.
 void GetCropped(const Arguments& info) {
   v8::Isolate* isolate = info.GetIsolate();
-  KilnImageHandle image = OpenImageOf(info);
-  if (!image) return;
+  if (!OpenImageOf(info)) return;
   if (info.Length() < 4)
     return ThrowTypeError(isolate, "x and y coordinates, width and height should be passed");
   int32_t v[4];
   if (!ReadInts(info, v)) return;
+  KilnImageHandle image = OpenImageOf(info);
+  if (!image) return;
   const auto [x, y, width, height] = v;
   int32_t image_width = 0;
   int32_t image_height = 0;
@@ -237,13 +255,14 @@ void GetPixelData(const Arguments& info) {
 
 void ToBitmapData(const Arguments& info) {
   v8::Isolate* isolate = info.GetIsolate();
-  KilnImageHandle image = OpenImageOf(info);
   BitmapOptions options;
-  if (!image) return;
+  if (!OpenImageOf(info)) return;
   if (info[0]->IsObject() &&
       !ReadBitmapOptions(isolate->GetCurrentContext(), info[0].As<v8::Object>(), &options)) {
     return;
   }
+  KilnImageHandle image = OpenImageOf(info);
+  if (!image) return;
   void* data = nullptr;
   const uint64_t size =
       sdk.KilnImage_toBitmapData(image, &data, options.flags, options.stride, options.alpha);

@@ -14,14 +14,12 @@ using ResampleFunction = KilnImageHandle (*SdkTable::*)(KilnImageHandle, int32_t
 
 constexpr char kNeedsCallback[] =
     "Argument 0 (imageWidth: Integer), argument 1 (imageHeight: Integer) and argument 2 (callback function) "
-    "should be "
-    "passed";
+    "should be passed";
 constexpr char kNeedsSize[] =
     "Argument 0 (imageWidth: Integer) and argument 1 (imageHeight: Integer) should be passed";
 constexpr char kNotDownscaled[] =
     "Argument 0 (imageWidth: Integer) and argument 1 (imageHeight: Integer) must be greater than 0 but not "
-    "greater than "
-    "the source image";
+    "greater than the source image";
 constexpr char kNotPositive[] =
     "Argument 0 (imageWidth: Integer) and argument 1 (imageHeight: Integer) must be greater than 0";
 
@@ -71,6 +69,8 @@ const char* RangeFault(Limit limit, const ResampleJob& job) {
 bool ReadResample(const Arguments& info, Limit limit, ResampleJob* job) {
   int32_t size[2];
   if (!ReadInts(info, size)) return false;
+  job->image = OpenImageOf(info);
+  if (!job->image) return false;
   job->width = size[0];
   job->height = size[1];
   const char* fault = RangeFault(limit, *job);
@@ -79,18 +79,16 @@ bool ReadResample(const Arguments& info, Limit limit, ResampleJob* job) {
 }
 
 void Resample(const Arguments& info, ResampleFunction function, Limit limit) {
-  KilnImageHandle image = OpenImageOf(info);
-  if (!image) return;
+  if (!OpenImageOf(info)) return;
   if (!info[2]->IsFunction()) return ThrowTypeError(info.GetIsolate(), kNeedsCallback);
-  ResampleJob job{{}, function, image, 0, 0};
+  ResampleJob job{{}, function, nullptr, 0, 0};
   if (ReadResample(info, limit, &job)) Queue(info, CallbackAt(info, 2), std::move(job));
 }
 
 void ResampleSync(const Arguments& info, ResampleFunction function, Limit limit) {
-  KilnImageHandle image = OpenImageOf(info);
-  if (!image) return;
+  if (!OpenImageOf(info)) return;
   if (info.Length() < 2) return ThrowTypeError(info.GetIsolate(), kNeedsSize);
-  ResampleJob job{{}, function, image, 0, 0};
+  ResampleJob job{{}, function, nullptr, 0, 0};
   if (!ReadResample(info, limit, &job)) return;
   job.Run();
   job.Return(info);
@@ -113,14 +111,15 @@ struct CropResampleJob : NewImage {
 
 bool ReadCropResample(const Arguments& info, const char* message, CropResampleJob* job) {
   v8::Isolate* isolate = info.GetIsolate();
-  job->image = OpenImageOf(info);
-  if (!job->image) return false;
+  if (!OpenImageOf(info)) return false;
   int32_t v[6];
   if (info.Length() < 7 || !info[6]->IsFunction()) {
     ThrowTypeError(isolate, message);
     return false;
   }
   if (!ReadInts(info, v)) return false;
+  job->image = OpenImageOf(info);
+  if (!job->image) return false;
   int32_t image_width = 0;
   int32_t image_height = 0;
   sdk.KilnImage_getSize(job->image, &image_width, &image_height);

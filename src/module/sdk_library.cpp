@@ -15,6 +15,7 @@ namespace {
 // Plain module variables: they live as long as the process, and so may the state of a library that nobody
 // unloads.
 std::atomic<void*> library{nullptr};
+std::atomic<uintptr_t> generation{0};
 SdkBindState state = SdkUnbound;
 std::string path;  // sdkLibraryPath
 std::string error_text;
@@ -24,7 +25,10 @@ constinit std::shared_mutex use_mutex;
 // An unload waits for whoever gives memory back on another thread.
 void ReleaseLibrary() {
   std::unique_lock lock(use_mutex);
-  if (void* held = library.exchange(nullptr)) loader::Close(held);
+  if (void* held = library.exchange(nullptr)) {
+    generation++;
+    loader::Close(held);
+  }
 }
 
 void SetErrorText(const char* text, int result) {
@@ -55,6 +59,9 @@ SdkBindState SdkState() {
 }
 bool SdkIsLoaded() {
   return library != nullptr;
+}
+uintptr_t SdkGeneration() {
+  return generation;
 }
 const std::string& SdkErrorText() {
   return error_text;

@@ -29,6 +29,9 @@ void SdkUnload(bool forget_path);
 int SdkEnsureBound();
 // Any thread.
 bool SdkIsLoaded();
+// Which library is loaded, or was: another number after each unload, so that nothing of one library is given
+// to its successor. Any thread.
+uintptr_t SdkGeneration();
 // The text of the last attempt to load; empty between an unload and the next attempt.
 const std::string& SdkErrorText();
 // The names that the last sweep did not find, in sweep order. They are static texts.
