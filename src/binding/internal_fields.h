@@ -65,18 +65,48 @@ inline double GetDoubleField(v8::Local<v8::Object> object, int field) {
   return std::bit_cast<double>(GetBitsField(object, field));
 }
 
-// Several doubles from a field on, written together.
+// Doubles from a field on, read and written together. `raw` says that the slots of such objects have been
+// seen to be plain words (RawFieldsWork).
 template <size_t kCount>
-void SetDoubleFields(v8::Local<v8::Object> object, int field, const std::array<double, kCount>& values) {
-  void* halves[2 * kCount];
-  int fields[2 * kCount];
-  for (size_t i = 0; i < kCount; i++) {
-    const auto bits = std::bit_cast<uint64_t>(values[i]);
-    halves[2 * i] = reinterpret_cast<void*>(static_cast<uintptr_t>(static_cast<uint32_t>(bits)) << 1);
-    halves[2 * i + 1] = reinterpret_cast<void*>(static_cast<uintptr_t>(bits >> 32) << 1);
+std::array<double, kCount> GetDoubleFields(v8::Local<v8::Object> object, int field, bool raw) {
+  std::array<double, kCount> values;
+  if (raw) {
+    const uintptr_t* slots = compat::FieldSlots(object) + field + 1;
+    for (size_t i = 0; i < kCount; i++) {
+      values[i] = std::bit_cast<double>(uint64_t{slots[2 * i]} >> 1 | uint64_t{slots[2 * i + 1]} >> 1 << 32);
+    }
+  } else {
+    for (size_t i = 0; i < kCount; i++) values[i] = GetDoubleField(object, field + static_cast<int>(2 * i));
   }
-  for (int i = 0; i < static_cast<int>(2 * kCount); i++) fields[i] = field + 1 + i;
-  compat::SetPointers(object, field + 1, static_cast<int>(2 * kCount), halves, fields);
+  return values;
+}
+template <size_t kCount>
+void SetDoubleFields(v8::Local<v8::Object> object, int field, const std::array<double, kCount>& values,
+                     bool raw) {
+  if (raw) {
+    uintptr_t* slots = compat::FieldSlots(object) + field + 1;
+    for (size_t i = 0; i < kCount; i++) {
+      const auto bits = std::bit_cast<uint64_t>(values[i]);
+      slots[2 * i] = static_cast<uintptr_t>(static_cast<uint32_t>(bits)) << 1;
+      slots[2 * i + 1] = static_cast<uintptr_t>(bits >> 32) << 1;
+    }
+  } else {
+    for (size_t i = 0; i < kCount; i++) SetDoubleField(object, field + static_cast<int>(2 * i), values[i]);
+  }
+}
+
+// Whether the slots of an object show the tag and the bits that were written through the API.
+inline bool RawFieldsWork(v8::Local<v8::Object> object, const ClassTag& tag, int field) {
+  const uintptr_t* slots = compat::FieldSlots(object);
+  if (!slots) return false;
+  const uint64_t pattern = 0x1234567889ABCDEF;
+  const uint64_t before = GetBitsField(object, field);
+  SetBitsField(object, field, pattern);
+  const bool work = slots[0] == reinterpret_cast<uintptr_t>(&tag) &&
+                    slots[field + 1] == static_cast<uintptr_t>(static_cast<uint32_t>(pattern)) << 1 &&
+                    slots[field + 2] == static_cast<uintptr_t>(pattern >> 32) << 1;
+  SetBitsField(object, field, before);
+  return work;
 }
 
 }  // namespace KilnNodeWrapper

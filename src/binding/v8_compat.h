@@ -145,7 +145,7 @@ void SetPointer(Object object, int field, void* pointer) {
   }
 }
 template <class Object>
-void* GetPointer(Object object, int field) {
+[[gnu::always_inline]] inline void* GetPointer(Object object, int field) {
   if constexpr (requires { object->GetAlignedPointerFromInternalField(field, uint16_t{}); }) {
     return object->GetAlignedPointerFromInternalField(field, uint16_t{});
   } else {
@@ -153,14 +153,24 @@ void* GetPointer(Object object, int field) {
   }
 }
 
-// Several neighbouring fields at once where V8 can, which costs a third.
-template <class Object>
-void SetPointers(Object object, int first, int count, void** pointers, int* fields) {
-  if constexpr (requires { object->SetAlignedPointerInInternalFields(count, fields, pointers); }) {
-    object->SetAlignedPointerInInternalFields(count, fields, pointers);
+// The slots of an object's internal fields in memory, which V8's own inline readers look at, for classes
+// whose fields are read and written by the dozen; null where they are not plain words. A caller makes sure
+// once that the slots show what it wrote through the API.
+template <class Layout = v8::internal::Internals>
+[[gnu::always_inline]] inline uintptr_t* FieldSlots(v8::Local<v8::Object> object) {
+#if defined(V8_ENABLE_CHECKS) || defined(V8_COMPRESS_POINTERS) || defined(V8_ENABLE_SANDBOX) || \
+    defined(V8_ENABLE_DIRECT_HANDLE)
+  (void)object;
+  return nullptr;
+#else
+  const auto address =
+      *reinterpret_cast<const v8::internal::Address*>(*object) - v8::internal::kHeapObjectTag;
+  if constexpr (requires { Layout::kJSAPIObjectWithEmbedderSlotsHeaderSize; }) {
+    return reinterpret_cast<uintptr_t*>(address + Layout::kJSAPIObjectWithEmbedderSlotsHeaderSize);
   } else {
-    for (int i = 0; i < count; i++) SetPointer(object, first + i, pointers[i]);
+    return reinterpret_cast<uintptr_t*>(address + Layout::kJSObjectHeaderSize);
   }
+#endif
 }
 
 // A copy of an object with its internal fields.

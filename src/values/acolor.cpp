@@ -79,7 +79,7 @@ void RegisterAColor(v8::Isolate* isolate, v8::Local<v8::External> external, v8::
   v8::Local<v8::FunctionTemplate> color = DefineValueClass<AColor>(
       isolate, external,
       {"AColor", Construct, kAccessors, IndexedBy<GetByIndex<AColor>>(external), ToText, kMethods});
-  ExportClass(isolate, exports, "AColor", color);
+  ExportValueClass<AColor>(isolate, exports, "AColor", color);
 }
 
 }  // namespace KilnNodeWrapper::KilnValuesNodeWrapper

@@ -161,7 +161,7 @@ void RegisterColor(v8::Isolate* isolate, v8::Local<v8::External> external, v8::L
   }
   defineStaticFunction(isolate, external, color, {"fromTemperature", FromTemperature});
   defineStaticFunction(isolate, external, color, {"getRGBToRGBMatrix", GetRGBToRGBMatrix});
-  ExportClass(isolate, exports, "Color", color);
+  ExportValueClass<Color>(isolate, exports, "Color", color);
 }
 
 }  // namespace KilnNodeWrapper::KilnValuesNodeWrapper

@@ -225,7 +225,7 @@ void RegisterMatrix(v8::Isolate* isolate, v8::Local<v8::External> external, v8::
       isolate, external,
       {"Matrix", Construct, kAccessors, IndexedBy<GetColumnByIndex>(external), ToText, kMethods, kReadOnly});
   for (const Method& method : kStatics) defineStaticFunction(isolate, external, matrix, method);
-  ExportClass(isolate, exports, "Matrix", matrix);
+  ExportValueClass<Matrix>(isolate, exports, "Matrix", matrix);
 }
 
 }  // namespace KilnNodeWrapper::KilnValuesNodeWrapper

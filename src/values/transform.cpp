@@ -162,7 +162,7 @@ void RegisterTransform(v8::Isolate* isolate, v8::Local<v8::External> external,
   v8::Local<v8::FunctionTemplate> transform = DefineValueClass<Transform>(
       isolate, external,
       {"Transform", Construct, kAccessors, IndexedBy<GetPartByIndex>(external), ToText, kMethods});
-  ExportClass(isolate, exports, "Transform", transform);
+  ExportValueClass<Transform>(isolate, exports, "Transform", transform);
 }
 
 }  // namespace KilnNodeWrapper::KilnValuesNodeWrapper

@@ -113,6 +113,19 @@ v8::Local<v8::FunctionTemplate> DefineValueClass(v8::Isolate* isolate, v8::Local
   return result;
 }
 
+// Comes when the template is complete, since it makes the first instance.
+template <class T>
+void ExportValueClass(v8::Isolate* isolate, v8::Local<v8::Object> exports, const char* name,
+                      v8::Local<v8::FunctionTemplate> target) {
+  v8::Local<v8::Object> probe;
+  if (!raw_value_fields &&
+      target->InstanceTemplate()->NewInstance(isolate->GetCurrentContext()).ToLocal(&probe)) {
+    SetClassTag(probe, ValueClass<T>::kTag);
+    raw_value_fields = RawFieldsWork(probe, ValueClass<T>::kTag, ValueClass<T>::kObjects);
+  }
+  ExportClass(isolate, exports, name, target);
+}
+
 template <compat::IndexedGetter kGetter>
 v8::IndexedPropertyHandlerConfiguration IndexedBy(v8::Local<v8::External> external) {
   return {compat::OnIndexedGet<kGetter>, nullptr, nullptr, nullptr, nullptr, external};

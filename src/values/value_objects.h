@@ -14,6 +14,10 @@
 
 namespace KilnNodeWrapper::KilnValuesNodeWrapper {
 
+// Whether the fields of value objects may be read and written as plain words; found out when the first class
+// is registered, and the same for the whole process.
+inline bool raw_value_fields = false;
+
 // What is particular to a type's class. kObjects internal fields, which hold objects made on demand, stand
 // before the doubles.
 template <class T>
@@ -44,19 +48,22 @@ inline constexpr int kValueClasses = 5;
 // The components of an object that is known to be an instance.
 template <class T>
 T LoadValue(v8::Local<v8::Object> object) {
-  std::array<double, ValueClass<T>::kDoubles> doubles;
-  for (int i = 0; i < ValueClass<T>::kDoubles; i++) {
-    doubles[i] = GetDoubleField(object, ValueClass<T>::kObjects + 2 * i);
-  }
-  return std::bit_cast<T>(doubles);
+  return std::bit_cast<T>(
+      GetDoubleFields<ValueClass<T>::kDoubles>(object, ValueClass<T>::kObjects, raw_value_fields));
+}
+
+// Writes the components into an instance, whose tag stands already.
+template <class T>
+void SaveComponents(v8::Local<v8::Object> object, const T& value) {
+  SetDoubleFields(object, ValueClass<T>::kObjects,
+                  std::bit_cast<std::array<double, ValueClass<T>::kDoubles>>(value), raw_value_fields);
 }
 
 // Writes the tag and the components into an instance whose object fields are empty.
 template <class T>
 void SaveValue(v8::Local<v8::Object> object, const T& value) {
   SetClassTag(object, ValueClass<T>::kTag);
-  SetDoubleFields(object, ValueClass<T>::kObjects,
-                  std::bit_cast<std::array<double, ValueClass<T>::kDoubles>>(value));
+  SaveComponents(object, value);
 }
 
 template <class T>
@@ -91,7 +98,7 @@ v8::MaybeLocal<v8::Object> NewValue(Environment& environment, const T& value) {
     pristine.Reset(isolate, first);
   }
   v8::Local<v8::Object> object = compat::Clone(isolate, pristine.Get(isolate));
-  SaveValue(object, value);
+  SaveComponents(object, value);
   return object;
 }
 

@@ -97,7 +97,7 @@ void RegisterVector(v8::Isolate* isolate, v8::Local<v8::External> external, v8::
       isolate, external,
       {"Vector", Construct, kAccessors, IndexedBy<GetByIndex<Vector>>(external), ToText, kMethods});
   defineStaticFunction(isolate, external, vector, {"mixed", MixedOf});
-  ExportClass(isolate, exports, "Vector", vector);
+  ExportValueClass<Vector>(isolate, exports, "Vector", vector);
 }
 
 }  // namespace KilnNodeWrapper::KilnValuesNodeWrapper
