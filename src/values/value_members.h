@@ -25,7 +25,9 @@ inline bool IsNumberLike(v8::Local<v8::Value> value) {
 
 template <class T>
 bool ReadArgument(const Arguments& info, int index, T* value) {
-  return ReadValue(EnvironmentOf(info), info[index], value);
+  if (!IsValue<T>(info[index])) return false;
+  *value = LoadValue<T>(info[index].template As<v8::Object>());
+  return true;
 }
 
 // --- Results.
