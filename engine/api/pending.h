@@ -4,42 +4,13 @@
 #define KILN_ENGINE_API_PENDING_H_
 
 /* Scanned materials. */
-#define PENDING_Kiln_BRDFScannedParams_initialize ~,
-#define PENDING_Kiln_KiScansPresets_reset ~,
+#define PENDING_Kiln_BRDFScannedParams_initialize ~, ZeroRecord(params, size)
+#define PENDING_Kiln_KiScansPresets_reset ~, ZeroRecord(preset, size)
 #define PENDING_Kiln_encodeBRDFScannedParams ~, 0
 #define PENDING_Kiln_KiScanInfo_create ~, nullptr
 #define PENDING_Kiln_KiScanInfo_delete ~,
 #define PENDING_Kiln_KiScanInfo_getInfoString ~, 0
 #define PENDING_Kiln_KiScanInfo_getPreset ~, 0
-
-/* Colour. */
-#define PENDING_Kiln_getBlackBodyColorRGB ~, 0
-#define PENDING_Kiln_getBlackBodyClosestTemperature ~, -1
-#define PENDING_Kiln_getRGBtoRGBMatrix ~, 0
-
-/* Property values and definitions. */
-#define PENDING_Kiln_PluginUtils_getPropertyDefaultValue ~, 0
-#define PENDING_Kiln_PluginUtils_getPropertyDescription ~, nullptr
-#define PENDING_Kiln_PluginUtils_getPropertyUIGuides ~, nullptr
-#define PENDING_Kiln_PluginUtils_getPropertyName ~, nullptr
-#define PENDING_Kiln_PluginUtils_getPropertyAliases ~, nullptr
-#define PENDING_Kiln_PluginUtils_getPropertyDeprecation ~, nullptr
-#define PENDING_Kiln_PluginUtils_getPropertyType ~, 10000
-#define PENDING_Kiln_PluginUtils_getPropertyElementsCount ~, -1
-#define PENDING_Kiln_PluginUtils_getPropertyGpuSupport ~, 2
-#define PENDING_Kiln_getPropertyByteArray ~, 0
-#define PENDING_Kiln_getPropertyByteArrayByID ~, 0
-#define PENDING_Kiln_KilnRenderer_clearAllFrameValuesUpToTime ~, 1
-#define PENDING_Kiln_KilnRenderer_clearFrameValuesUpToTime ~, 1
-#define PENDING_Kiln_KilnRenderer_setPropertyValueAtTime ~, 1
-#define PENDING_Kiln_KilnRenderer_setPropertyValueAtTimeByID ~, 1
-#define PENDING_Kiln_KilnRenderer_getPropertyValue ~, nullptr
-#define PENDING_Kiln_KilnRenderer_getPropertyValueByID ~, nullptr
-#define PENDING_Kiln_KilnRenderer_getPropertyDefinition ~, nullptr
-#define PENDING_Kiln_KilnRenderer_getPropertyDefinitionByID ~, nullptr
-#define PENDING_Kiln_KilnRenderer_getPropertyDefinitionFromClass ~, nullptr
-#define PENDING_Kiln_KilnRenderer_setPropertyBytesValueAtTime ~, 1
-#define PENDING_Kiln_KilnRenderer_setPropertyBytesValueAtTimeByID ~, 1
 
 /* The frame-buffer window. */
 #define PENDING_Kiln_enableFrameBuffer ~,
@@ -107,13 +78,11 @@
 #define PENDING_Kiln_getOSLParameters ~, 1
 
 /* Render control and export. */
-#define PENDING_Kiln_KilnRenderer_setImprovedDefaults ~, 0
 #define PENDING_Kiln_KilnRenderer_setInteractiveNoiseThreshold ~, 1
 #define PENDING_Kiln_KilnRenderer_serializeScene ~, 1
 #define PENDING_Kiln_KilnRenderer_renderSequence ~, 1
 #define PENDING_Kiln_KilnRenderer_continueSequence ~, 1
 #define PENDING_Kiln_KilnRenderer_exportScene ~, 1
-#define PENDING_Kiln_KilnRenderer_getBoundingBox ~, 0
 #define PENDING_Kiln_KilnRenderer_pickPluginByXY ~, 0
 #define PENDING_Kiln_KilnRenderer_pickPluginsByXY ~, -1
 #define PENDING_Kiln_KilnRenderer_setRTImageUpdateDifference ~, 0

@@ -4,8 +4,7 @@
 #include <vector>
 
 #include "engine/api/blocks.h"
-#include "engine/api/registry.h"
-#include "engine/api/renderer_object.h"
+#include "engine/api/property_access.h"
 
 namespace kiln::engine::api {
 namespace {
@@ -38,17 +37,11 @@ PluginId IdOf(const Renderer& renderer, const char* name) {
   return instance ? instance->id : scene::kNoPlugin;
 }
 
-// Changes the scene under its lock; 0 when the change answers true.
+// 0 when the change answers true.
 template <class F>
 int32_t Edit(KilnRendererHandle renderer, int32_t auto_commit, F&& change) {
-  return WithRenderer<int32_t>(renderer, -1, [&](Renderer& r) {
-    {
-      const std::unique_lock lock(r.scene.mutex);
-      if (!change(r.scene)) return -1;
-    }
-    r.SceneChanged(auto_commit != 0);
-    return 0;
-  });
+  return WithRenderer<int32_t>(
+      renderer, -1, [&](Renderer& r) { return ChangeScene(r, auto_commit != 0, change) ? 0 : -1; });
 }
 
 bool DeleteAll(scene::Scene& scene, std::vector<PluginId> ids) {

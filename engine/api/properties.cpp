@@ -1,39 +1,18 @@
 // Entry points that ask about the properties of an instance: which there are, of what type, animated or not.
-#include <cmath>
-#include <shared_mutex>
 #include <type_traits>
 #include <vector>
 
 #include "engine/api/blocks.h"
-#include "engine/api/registry.h"
-#include "engine/api/renderer_object.h"
+#include "engine/api/property_access.h"
+#include "engine/scene/coerce.h"
 
 namespace kiln::engine::api {
 namespace {
 
 using scene::Instance;
-using scene::PluginId;
 using scene::Property;
 using scene::PropertyState;
-
-// What the body makes of the instance under the scene's lock, or the failure when there is none.
-template <class R, class F>
-R WithInstance(KilnRendererHandle renderer, PluginId id, R failure, F&& body) noexcept {
-  return WithRenderer<R>(renderer, failure, [&](Renderer& r) -> R {
-    const std::shared_lock lock(r.scene.mutex);
-    const Instance* instance = r.scene.Find(id);
-    return instance ? static_cast<R>(body(r, *instance)) : failure;
-  });
-}
-
-// The same for a property of an instance.
-template <class R, class F>
-R WithProperty(KilnRendererHandle renderer, PluginId id, const char* name, R failure, F&& body) noexcept {
-  return WithInstance<R>(renderer, id, failure, [&](Renderer& r, const Instance& instance) -> R {
-    const Property* property = name ? instance.type->FindProperty(name) : nullptr;
-    return property ? static_cast<R>(body(r, instance, *property)) : failure;
-  });
-}
+using scene::Type;
 
 const PropertyState* StateOf(const Instance& instance, const Property& property) {
   const auto found = instance.values.find(&property);
@@ -42,20 +21,46 @@ const PropertyState* StateOf(const Instance& instance, const Property& property)
 
 // How many elements a list has; negative for any other value.
 int32_t CountOf(const scene::Value& value) {
+  const std::optional<size_t> size = scene::ListSize(value);
+  return size ? static_cast<int32_t>(*size) : -1;
+}
+
+// The type of what a property holds, where its declared type leaves that open: a constant in place of a
+// texture, or anything at all.
+Type TypeOfData(const scene::Value& value) {
   return std::visit(
-      [](const auto& data) -> int32_t {
-        using Data = std::decay_t<decltype(data)>;
-        if constexpr (std::is_same_v<Data, scene::IntArray> || std::is_same_v<Data, scene::FloatArray> ||
-                      std::is_same_v<Data, scene::VectorArray> || std::is_same_v<Data, scene::ColorArray> ||
-                      std::is_same_v<Data, scene::StringArray> || std::is_same_v<Data, scene::ValueArray>) {
-          return static_cast<int32_t>(data.size());
-        }
-        return -1;
+      []<class T>(const T&) {
+        if constexpr (std::is_same_v<T, int32_t>) return Type::kInt;
+        if constexpr (std::is_same_v<T, float>) return Type::kFloat;
+        if constexpr (std::is_same_v<T, double>) return Type::kDouble;
+        if constexpr (std::is_same_v<T, bool>) return Type::kBoolean;
+        if constexpr (std::is_same_v<T, Vec3>) return Type::kVector;
+        if constexpr (std::is_same_v<T, Color>) return Type::kColor;
+        if constexpr (std::is_same_v<T, AColor>) return Type::kAColor;
+        if constexpr (std::is_same_v<T, Matrix>) return Type::kMatrix;
+        if constexpr (std::is_same_v<T, Transform>) return Type::kTransform;
+        if constexpr (std::is_same_v<T, std::string>) return Type::kString;
+        if constexpr (std::is_same_v<T, scene::PluginRef>) return Type::kPlugin;
+        if constexpr (std::is_same_v<T, scene::IntArray>) return Type::kIntList;
+        if constexpr (std::is_same_v<T, scene::FloatArray>) return Type::kFloatList;
+        if constexpr (std::is_same_v<T, scene::VectorArray>) return Type::kVectorList;
+        if constexpr (std::is_same_v<T, scene::ColorArray>) return Type::kColorList;
+        if constexpr (std::is_same_v<T, scene::StringArray>) return Type::kStringList;
+        if constexpr (std::is_same_v<T, scene::ValueArray>) return Type::kObjectList;
+        return Type::kUnspecified;
       },
       value.data);
 }
 
-constexpr auto kNoType = static_cast<int32_t>(scene::Type::kUnspecified);
+Type RuntimeType(const Renderer& renderer, const Instance& instance, const Property& property) {
+  const bool is_texture = scene::TakesReference(property.type) && property.type != Type::kPlugin;
+  if (!is_texture && property.type != Type::kUnspecified) return property.type;
+  const scene::Value value = renderer.scene.Get(instance, property);
+  if (is_texture && value.As<scene::PluginRef>()) return property.type;
+  return TypeOfData(value);
+}
+
+constexpr auto kNoType = static_cast<int32_t>(Type::kUnspecified);
 
 }  // namespace
 
@@ -82,7 +87,9 @@ int32_t Kiln_KilnRenderer_propertyExistsByID(KilnRendererHandle renderer, KilnPl
 int32_t Kiln_KilnRenderer_getPropertyTypeByID(KilnRendererHandle renderer, KilnPluginId plugin,
                                               const char* property) {
   return WithProperty<int32_t>(renderer, plugin, property, kNoType,
-                               [](Renderer&, const Instance&, const Property& p) { return p.type; });
+                               [](const Renderer& r, const Instance& instance, const Property& p) {
+                                 return RuntimeType(r, instance, p);
+                               });
 }
 
 int32_t Kiln_KilnRenderer_getPropertyType(KilnRendererHandle renderer, const char* plugin,

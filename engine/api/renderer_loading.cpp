@@ -8,8 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/api/registry.h"
-#include "engine/api/renderer_object.h"
+#include "engine/api/property_access.h"
 #include "engine/formats/loader.h"
 #include "engine/utilities/memory.h"
 
@@ -199,12 +198,10 @@ int32_t Kiln_KilnRenderer_appendMultiAsBufferFiltered(KilnRendererHandle rendere
 
 int32_t Kiln_KilnRenderer_clearScene(KilnRendererHandle renderer) {
   return WithRenderer<int32_t>(renderer, 1, [](Renderer& r) {
-    {
-      const std::unique_lock lock(r.scene.mutex);
-      r.scene.Clear();
-    }
-    r.SceneChanged(true);
-    return 0;
+    return ChangeScene(r, true, [](Scene& scene) {
+      scene.Clear();
+      return 0;
+    });
   });
 }
 

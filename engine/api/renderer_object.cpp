@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "engine/api/blocks.h"
+#include "engine/api/value_stream_memory.h"
 
 namespace kiln::engine::api {
 namespace {
@@ -163,6 +164,7 @@ bool Renderer::ReplaceScene(const std::function<formats::LoadResult(scene::Scene
   fresh.allow_invalid_names = scene.allow_invalid_names;
   if (!Report(read(fresh))) return false;
   {
+    const HostReleaseScope releases;
     const std::unique_lock lock(scene.mutex);
     scene.TakeContent(fresh);
   }

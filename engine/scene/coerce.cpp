@@ -30,16 +30,6 @@ std::optional<int32_t> ToInt(double number) {
   return static_cast<int32_t>(number);
 }
 
-// Rounds to the nearest float: the largest one also from the doubles just above it, infinity beyond.
-float ToFloat(double number) {
-  constexpr double kLargest = std::numeric_limits<float>::max();
-  constexpr double kFirstInfinite = 0x1.ffffffp127;
-  if (std::abs(number) <= kLargest || std::isnan(number)) return static_cast<float>(number);
-  const double rounded =
-      std::abs(number) < kFirstInfinite ? kLargest : std::numeric_limits<double>::infinity();
-  return static_cast<float>(std::copysign(rounded, number));
-}
-
 // Appends the numbers of a value: one, a list's, or those of nested lists, vectors and colours.
 bool AppendNumbers(const Value& value, std::vector<double>& numbers, int depth = 0) {
   if (const std::optional<double> number = Number(value)) {
@@ -305,6 +295,15 @@ std::optional<Value> CoerceRecord(const Value& value, Type type) {
 }
 
 }  // namespace
+
+float ToFloat(double number) {
+  constexpr double kLargest = std::numeric_limits<float>::max();
+  constexpr double kFirstInfinite = 0x1.ffffffp127;
+  if (std::abs(number) <= kLargest || std::isnan(number)) return static_cast<float>(number);
+  const double rounded =
+      std::abs(number) < kFirstInfinite ? kLargest : std::numeric_limits<double>::infinity();
+  return static_cast<float>(std::copysign(rounded, number));
+}
 
 bool TakesReference(Type type) {
   switch (type) {

@@ -16,6 +16,8 @@ using Resolver = std::function<std::optional<PluginRef>(std::string_view)>;
 std::optional<Value> CoerceWith(Value value, Type type, const Resolver& resolve);
 // As CoerceWith, for the property's type; also nothing for a list of another than the declared fixed length.
 std::optional<Value> CoerceTo(Value value, const Property& property, const Resolver& resolve);
+// Rounds to the nearest float: the largest one also from the doubles just above it, infinity beyond.
+float ToFloat(double number);
 // A reference to no plugin, whatever the property's type: it resets the property.
 bool IsReset(const Value& value);
 // The number of elements of a list value; nothing for any other.
