@@ -44,6 +44,11 @@ export const {
   // Classes.
   KilnRenderer,
   KilnImage,
+  Vector,
+  Matrix,
+  Transform,
+  Color,
+  AColor,
   IntList,
   FloatList,
   VectorList,
