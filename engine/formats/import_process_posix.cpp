@@ -85,6 +85,10 @@ class SpawnSetup {
     posix_spawn_file_actions_adddup2(&files_, socket, STDIN_FILENO);
     posix_spawn_file_actions_adddup2(&files_, socket, STDOUT_FILENO);
     posix_spawn_file_actions_addopen(&files_, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+#if defined(__GLIBC__) && __GLIBC_PREREQ(2, 34)
+    // What a careless host left open must not stay open for as long as an import takes.
+    posix_spawn_file_actions_addclosefrom_np(&files_, STDERR_FILENO + 1);
+#endif
     posix_spawnattr_init(&attributes_);
     sigset_t signals;
     sigemptyset(&signals);

