@@ -21,6 +21,11 @@ function libraryName() {
   return LIBRARY_NAMES[process.platform] || 'libKilnSDKLibrary.so';
 }
 
+/** The file name of the program beside the engine that reads model files for it. */
+function importerName() {
+  return process.platform === 'win32' ? 'kiln-import.exe' : 'kiln-import';
+}
+
 /**
  * Points the add-on at the embedded engine, unless a library is loaded already or somebody named one in the
  * environment: a library that was named and does not load, or that lacks entry points, is an error that the user
@@ -34,4 +39,4 @@ function useEngineIfNothingBound(native) {
   return native.setSDKLibraryPath(folder);
 }
 
-module.exports = { engineFolder, libraryName, useEngineIfNothingBound };
+module.exports = { engineFolder, importerName, libraryName, useEngineIfNothingBound };

@@ -9,7 +9,7 @@ const fs = require('fs');
 const os = require('os');
 const path = require('path');
 const { spawnSync } = require('child_process');
-const { libraryName } = require('../lib/engine.js');
+const { importerName, libraryName } = require('../lib/engine.js');
 const { headersFor } = require('./node-headers.js');
 
 const ROOT = path.join(__dirname, '..');
@@ -34,11 +34,12 @@ function configure(folder, args) {
   fs.writeFileSync(stamp, wanted);
 }
 
-/** The engine knows nothing of Node.js: one build serves every version, in each version's folder. */
+/** The engine and its importer know nothing of Node.js: one build serves every version, in each version's folder. */
 function copyEngine(output) {
-  const name = libraryName();
-  const built = path.join(ROOT, 'build', 'Release', name);
-  if (fs.existsSync(built)) fs.copyFileSync(built, path.join(output, name));
+  for (const name of [libraryName(), importerName()]) {
+    const built = path.join(ROOT, 'build', 'Release', name);
+    if (fs.existsSync(built)) fs.copyFileSync(built, path.join(output, name));
+  }
 }
 
 /** Builds, and throws an Error with the compiler's words when that fails. Returns the folder of the results. */
