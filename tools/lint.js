@@ -63,7 +63,10 @@ const checks = {
     for (const entry of commands) {
       const file = path.relative(ROOT, entry.file);
       // The compiler that builds knows options that the one that checks does not.
-      const command = entry.command.replace(/ -fno-gnu-unique/g, '').replace(/^\S*ccache /, '');
+      const command = entry.command
+        .replace(/ -fno-gnu-unique| -Winvalid-pch/g, '')
+        .replace(/ -include \S*cmake_pch\.hxx/g, '')
+        .replace(/^\S*ccache /, '');
       if (/^(src|engine)\//.test(file)) files.set(file, { ...entry, command });
     }
     fs.mkdirSync(folder, { recursive: true });
