@@ -3,7 +3,7 @@
 // The forms of the constructor: what is checked, in which order, and what crosses.
 const test = require('node:test');
 const assert = require('assert');
-const {recorder, runChild} = require('../helpers');
+const {recorder, runChild, collect, forceGc} = require('../helpers');
 const {kiln, KilnImage, throwsError, throwsTypeError, handleOf, closedImage, isFreed, job} =
   require('./image-helpers');
 
@@ -136,7 +136,6 @@ test('faults of compressed bytes', () => {
 
 test('the bytes are not kept', async () => {
   recorder.once('KilnImage_createFromPng', {result: {width: 1, height: 1}});
-  const {collect} = require('../helpers');
   let bytes = Buffer.alloc(1 << 20);
   const gone = new WeakRef(bytes.buffer);
   const image = new KilnImage(bytes, 'png');
@@ -186,7 +185,6 @@ test('regression: a setter on the prototype that throws cost the block twice', a
   } finally {
     delete KilnImage.prototype.height;
   }
-  const {forceGc} = require('../helpers');
   forceGc();
   recorder.check();
 });
