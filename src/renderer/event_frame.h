@@ -13,12 +13,16 @@ struct EventScope {
   v8::Local<v8::Context> context;
   v8::Local<v8::Object> self;
   RendererWrapper& wrapper;
+  const v8::TryCatch& try_catch;
 
-  // emit(name, ...) on the renderer; empty when it threw, or when there is no emit.
+  // emit(name, ...) on the renderer; empty when it threw. The host answers undefined for a call that threw
+  // from the loop itself, so the exception is what tells.
   v8::MaybeLocal<v8::Value> Emit(int count, v8::Local<v8::Value>* arguments) const {
     v8::Local<v8::String> emit;
     if (!NewName(isolate, "emit").ToLocal(&emit)) return {};
-    return node::MakeCallback(isolate, self, emit, count, arguments, node::async_context{0, 0});
+    v8::MaybeLocal<v8::Value> answer =
+        node::MakeCallback(isolate, self, emit, count, arguments, node::async_context{0, 0});
+    return try_catch.HasCaught() ? v8::MaybeLocal<v8::Value>() : answer;
   }
 };
 
@@ -34,7 +38,7 @@ void HandleEvent(EventPort* port, Body&& body, CleanUp&& clean_up) {
     auto& wrapper = *static_cast<RendererWrapper*>(port->async.data);
     v8::Local<v8::Object> self = wrapper.self.Get(isolate);
     v8::Local<v8::Context> context = isolate->GetCurrentContext();
-    body(EventScope{isolate, context, self, wrapper});
+    body(EventScope{isolate, context, self, wrapper, try_catch});
   }
   clean_up();
   ReportCaught(isolate, try_catch);
