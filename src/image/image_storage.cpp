@@ -65,7 +65,8 @@ HeldImage* HolderOf(v8::Local<v8::Value> array) {
   return static_cast<HeldImage*>(compat::ExternalPointer(holder));
 }
 
-bool HoldImage(Environment& environment, v8::Local<v8::Object> object, KilnImageHandle handle) {
+[[maybe_unused]] bool HoldImage(Environment& environment, v8::Local<v8::Object> object,
+                                KilnImageHandle handle) {
   v8::Isolate* isolate = environment.isolate();
   v8::Local<v8::Object> array = v8::Float32Array::New(v8::ArrayBuffer::New(isolate, 0), 0, 0);
   auto* holder = new HeldImage(environment, array, handle);
