@@ -189,7 +189,10 @@ v8::MaybeLocal<v8::Object> wrapImageHandle(Environment& environment, KilnImageHa
   const bool has_host = !host || NewText(isolate, host).ToLocal(&host_text);
   if (host && has_host) arguments[3] = host_text;
   if (has_host && environment.imageTemplate.Get(isolate)->GetFunction(context).ToLocal(&constructor) &&
-      constructor->NewInstance(context, 4, arguments).ToLocal(&image)) {
+      constructor->NewInstance(context, 4, arguments).ToLocal(&image) &&
+      // Where no JavaScript runs in between, V8 gives an outer TryCatch the constructor's exception, and us
+      // the unfinished instance.
+      (!handle || imageHandleOf(image))) {
     return image;
   }
   return {};
