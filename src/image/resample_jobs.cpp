@@ -82,7 +82,7 @@ void Resample(const Arguments& info, ResampleFunction function, Limit limit) {
   if (!OpenImageOf(info)) return;
   if (!info[2]->IsFunction()) return ThrowTypeError(info.GetIsolate(), kNeedsCallback);
   ResampleJob job{{}, function, nullptr, 0, 0};
-  if (ReadResample(info, limit, &job)) Queue(info, CallbackAt(info, 2), std::move(job));
+  if (ReadResample(info, limit, &job)) Queue(info, CallbackAt(info, 2), job);
 }
 
 void ResampleSync(const Arguments& info, ResampleFunction function, Limit limit) {
@@ -168,7 +168,7 @@ void GetDownscaledCropped(const Arguments& info) {
           "Source image region x, y, width and height, destination image desired width and height and a "
           "callback function should be passed",
           &job)) {
-    Queue(info, CallbackAt(info, 6), std::move(job));
+    Queue(info, CallbackAt(info, 6), job);
   }
 }
 

@@ -33,7 +33,8 @@ std::string FindByName(const std::string& name) {
     auto* list = reinterpret_cast<Dl_serinfo*>(memory.data());
     if (dlinfo(self, RTLD_DI_SERINFOSIZE, list) == 0 && dlinfo(self, RTLD_DI_SERINFO, list) == 0) {
       for (unsigned i = 0; i < list->dls_cnt && found.empty(); i++) {
-        const std::string candidate = std::string(list->dls_serpath[i].dls_name) + "/" + name;
+        std::string candidate = list->dls_serpath[i].dls_name;
+        candidate.append("/").append(name);
         if (Exists(candidate)) found = candidate;
       }
     }
