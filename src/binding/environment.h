@@ -6,7 +6,10 @@
 #include <uv.h>
 
 #include <memory>
+#include <set>
+#include <string>
 
+#include "binding/name_cache.h"
 #include "binding/v8_compat.h"
 #include "module_context.h"
 
@@ -63,6 +66,12 @@ class Environment : public ModuleContext {
 
   // One instance of each value class, which new ones are cloned from (value_objects.h); made with the first.
   v8::Global<v8::Object> pristine_values[5];
+  // The same for a Plugin and a PluginRef.
+  v8::Global<v8::Object> pristine_plugins[2];
+
+  // The keys of plugin properties, and the names of plugin classes, which Class objects point to.
+  NameCache property_names;
+  std::set<std::string, std::less<>> class_names;
 
   // Objects whose memory the SDK holds (kept_object.h); made with the first.
   std::shared_ptr<ReleaseQueue> release_queue;

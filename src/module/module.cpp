@@ -10,6 +10,11 @@
 #include "image/kiln_image.h"
 #include "module/sdk_library.h"
 #include "renderer/kiln_renderer.h"
+#include "scene/category.h"
+#include "scene/classes.h"
+#include "scene/plugin.h"
+#include "scene/plugin_class.h"
+#include "scene/plugins.h"
 #include "values/typed_lists.h"
 #include "values/value_classes.h"
 
@@ -97,8 +102,9 @@ void RegisterLanguage(v8::Isolate* isolate, v8::Local<v8::External>, v8::Local<v
 
 // Classes and namespaces, in the order in which they appear on the exports.
 constexpr void (*kClasses[])(v8::Isolate*, v8::Local<v8::External>, v8::Local<v8::Object>) = {
-    RegisterKilnRenderer, RegisterKilnImage, RegisterLanguage, RegisterMatrix,
-    RegisterColor,        RegisterAColor,    RegisterVector,   RegisterTransform,
+    RegisterKilnRenderer, RegisterKilnImage, RegisterPlugin,    RegisterPlugins, RegisterPluginClass,
+    RegisterClasses,      RegisterCategory,  RegisterLanguage,  RegisterMatrix,  RegisterColor,
+    RegisterAColor,       RegisterVector,    RegisterTransform,
 };
 
 void FillExports(v8::Isolate* isolate, Environment& environment, v8::Local<v8::Object> exports) {

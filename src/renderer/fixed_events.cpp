@@ -2,6 +2,8 @@
 #include "module/sdk_library.h"
 #include "renderer/event_frame.h"
 #include "renderer/renderer_events.h"
+#include "scene/plugin_wrappers.h"
+#include "values/value_objects.h"
 
 namespace KilnNodeWrapper::KilnRendererNodeWrapper {
 namespace {
@@ -13,6 +15,17 @@ int32_t OnContextMenu(void* memory) {
   const PortVisit visit(port);
   if (!visit.open()) return 0;
   port->event = {0, record->second, record->third, record->first};
+  DeliverAndWait(port);
+  return 0;
+}
+
+int32_t OnLightMix(void* memory) {
+  const auto* record = static_cast<const KilnLightMixEvent*>(memory);
+  if (!record) return 0;
+  auto* port = static_cast<PortOf<LightMixEvent>*>(record->head.user_data);
+  const PortVisit visit(port);
+  if (!visit.open()) return 0;
+  port->event.record = record;
   DeliverAndWait(port);
   return 0;
 }
@@ -37,6 +50,54 @@ void EmitContextMenu(const EventScope& scope, const ContextMenuEvent& event) {
                                    v8::Number::New(scope.isolate, event.second),
                                    v8::Number::New(scope.isolate, event.third)};
   (void)scope.Emit(4, values).IsEmpty();
+}
+
+// What a listener gets for an item, and may set isApplied on.
+bool DescribeItem(const EventScope& scope, const KilnLightMixItem& item, v8::Local<v8::Object> object) {
+  v8::Isolate* isolate = scope.isolate;
+  Environment& environment = scope.wrapper.environment();
+  v8::Local<v8::String> is_applied;
+  v8::Local<v8::Object> color;
+  if (!NewName(isolate, "isApplied").ToLocal(&is_applied)) return false;
+  defineValue(isolate, object, "plugin", wrapPluginById(environment, scope.self, item.plugin, 0),
+              v8::ReadOnly);
+  const KilnValuesNodeWrapper::Color color_mult{item.color_mult[0], item.color_mult[1], item.color_mult[2]};
+  if (KilnValuesNodeWrapper::NewValue(environment, color_mult).ToLocal(&color)) {
+    defineValue(isolate, object, "colorMult", color, v8::ReadOnly);
+  }
+  defineValue(isolate, object, "intensityMult", v8::Number::New(isolate, item.intensity_mult), v8::ReadOnly);
+  defineValue(isolate, object, "enabled", v8::Boolean::New(isolate, item.enabled != 0), v8::ReadOnly);
+  return object->Set(scope.context, is_applied, v8::Boolean::New(isolate, false)).FromMaybe(false);
+}
+
+// The one event whose listeners answer through its arguments. An item that can't be read stays as it was.
+void ReadApplied(const EventScope& scope, const KilnLightMixEvent& record, v8::Local<v8::Array> items) {
+  v8::Local<v8::String> is_applied;
+  if (!NewName(scope.isolate, "isApplied").ToLocal(&is_applied)) return;
+  for (int32_t i = 0; i < record.count; i++) {
+    v8::Local<v8::Value> item;
+    v8::Local<v8::Value> answer;
+    if (!items->Get(scope.context, i).ToLocal(&item) || !item->IsObject() ||
+        !item.As<v8::Object>()->Get(scope.context, is_applied).ToLocal(&answer)) {
+      continue;
+    }
+    record.items[i].is_applied = answer->BooleanValue(scope.isolate) ? 1 : 0;
+  }
+}
+
+void EmitLightMix(const EventScope& scope, const KilnLightMixEvent& record) {
+  v8::Local<v8::String> name;
+  v8::Local<v8::Array> items = v8::Array::New(scope.isolate);
+  if (!NewName(scope.isolate, "lightMixTransferToScene").ToLocal(&name)) return;
+  for (int32_t i = 0; i < record.count; i++) {
+    v8::Local<v8::Object> object = v8::Object::New(scope.isolate);
+    if (!DescribeItem(scope, record.items[i], object) ||
+        !items->Set(scope.context, i, object).FromMaybe(false)) {
+      return;
+    }
+  }
+  v8::Local<v8::Value> values[] = {name, items, v8::Number::New(scope.isolate, record.head.time)};
+  if (!scope.Emit(3, values).IsEmpty()) ReadApplied(scope, record, items);
 }
 
 // The record's texts, which stand one behind the other, as an array.
@@ -69,6 +130,12 @@ void OnContextMenuEvent(uv_async_t* async) {
       port, [port](const EventScope& scope) { EmitContextMenu(scope, port->event); }, [] {});
 }
 
+void OnLightMixEvent(uv_async_t* async) {
+  auto* port = static_cast<PortOf<LightMixEvent>*>(EventPort::From(async));
+  HandleEvent(
+      port, [port](const EventScope& scope) { EmitLightMix(scope, *port->event.record); }, [] {});
+}
+
 void OnUploadEvent(uv_async_t* async) {
   auto* port = static_cast<PortOf<UploadEvent>*>(EventPort::From(async));
   HandleEvent(
@@ -77,8 +144,10 @@ void OnUploadEvent(uv_async_t* async) {
 
 void RegisterFixedCallbacks(RendererWrapper& wrapper) {
   const CallbackDescriptor context_menu{OnContextMenu, wrapper.contextMenuPort, {0, 0}};
+  const CallbackDescriptor light_mix{OnLightMix, wrapper.lightMixPort, {0, 0}};
   const CallbackDescriptor upload{OnUpload, wrapper.uploadPort, {0, 0}};
   sdk.Kiln_KilnRenderer_setKvwContextMenuSelectedCallback(wrapper.renderer, &context_menu);
+  sdk.Kiln_KilnRenderer_setLightMixTransferToSceneCallback(wrapper.renderer, &light_mix);
   sdk.Kiln_KilnRenderer_setUploadToCollaborationCallback(wrapper.renderer, &upload);
 }
 

@@ -10,6 +10,9 @@
 #include "renderer/gui_pump.h"
 #include "renderer/renderer_options.h"
 #include "renderer/renderer_wrapper.h"
+#include "scene/category.h"
+#include "scene/classes.h"
+#include "scene/plugins.h"
 
 namespace KilnNodeWrapper::KilnRendererNodeWrapper {
 namespace {
@@ -33,6 +36,20 @@ KilnRendererHandle CreateFor(v8::Local<v8::Context> context, v8::Local<v8::Value
   return sdk.Kiln_KilnRenderer_create(options.Record(), error);
 }
 
+bool DefinePart(v8::Isolate* isolate, v8::Local<v8::Object> self, const char* name,
+                v8::MaybeLocal<v8::Object> maybe_part) {
+  v8::Local<v8::Object> part;
+  return maybe_part.ToLocal(&part) && defineValue(isolate, self, name, part, v8::ReadOnly);
+}
+
+// One chain: what comes behind a part that can't be made is left out.
+bool DefineParts(Environment& environment, v8::Local<v8::Object> self) {
+  v8::Isolate* isolate = environment.isolate();
+  return DefinePart(isolate, self, "plugins", NewPlugins(environment, self)) &&
+         DefinePart(isolate, self, "classes", NewClasses(environment, self)) &&
+         DefinePart(isolate, self, "classCategories", NewCategories(environment, self, kAllCategories));
+}
+
 void Construct(const Arguments& info) {
   v8::Isolate* isolate = info.GetIsolate();
   Environment& environment = EnvironmentOf(info);
@@ -42,7 +59,7 @@ void Construct(const Arguments& info) {
   KilnRendererHandle handle = CreateFor(isolate->GetCurrentContext(), info[0], &error);
   if (!handle) return ThrowError(isolate, CreationError(error));
   new RendererWrapper(environment, info.This(), handle);
-  if (frameBufferEnabled) JoinGuiPump(environment);
+  if (DefineParts(environment, info.This()) && frameBufferEnabled) JoinGuiPump(environment);
   info.GetReturnValue().Set(info.This());
 }
 
@@ -93,6 +110,7 @@ struct CloseRenderer {
 
 void Close(const Arguments& info) {
   RendererWrapper& wrapper = RendererOf(info);
+  wrapper.EmptyCaches();
   v8::Local<v8::Function> callback = CallbackAt(info, 0);
   if (callback.IsEmpty()) return wrapper.Close();
   wrapper.BeginRelease();

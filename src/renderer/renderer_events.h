@@ -25,6 +25,10 @@ struct ContextMenuEvent {
   int32_t second = 0, third = 0, first = 0;
 };
 
+struct LightMixEvent {
+  const KilnLightMixEvent* record = nullptr;  // the SDK's, valid while its thread waits
+};
+
 struct UploadEvent {
   const KilnUploadEvent* record = nullptr;  // the SDK's, valid while its thread waits
   int32_t result = 0;
@@ -33,6 +37,7 @@ struct UploadEvent {
 // The ports' handlers, on the JavaScript thread.
 void OnRendererEvent(uv_async_t* async);
 void OnContextMenuEvent(uv_async_t* async);
+void OnLightMixEvent(uv_async_t* async);
 void OnUploadEvent(uv_async_t* async);
 
 // The callbacks that are on from construction to teardown, whatever listeners exist.

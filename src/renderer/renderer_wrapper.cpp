@@ -26,21 +26,25 @@ RendererWrapper::~RendererWrapper() {
 void RendererWrapper::OpenPorts() {
   eventsPort = NewPort<RendererEvent>(environment_, this, OnRendererEvent);
   contextMenuPort = NewPort<ContextMenuEvent>(environment_, this, OnContextMenuEvent);
+  lightMixPort = NewPort<LightMixEvent>(environment_, this, OnLightMixEvent);
   uploadPort = NewPort<UploadEvent>(environment_, this, OnUploadEvent);
 }
 
 void RendererWrapper::WakePorts() {
   WakePort(eventsPort);
   WakePort(contextMenuPort);
+  WakePort(lightMixPort);
   WakePort(uploadPort);
 }
 
 void RendererWrapper::ClosePorts() {
   ClosePort(eventsPort);
   ClosePort(contextMenuPort);
+  ClosePort(lightMixPort);
   ClosePort(uploadPort);
   eventsPort = nullptr;
   contextMenuPort = nullptr;
+  lightMixPort = nullptr;
   uploadPort = nullptr;
 }
 
@@ -56,6 +60,10 @@ void RendererWrapper::Close() {
   if (!renderer) return;
   ClearCallbacks(renderer);
   WakePorts();
+  ReleaseHandle();
+}
+
+void RendererWrapper::ReleaseHandle() {
   KilnRendererHandle handle = renderer;
   renderer = nullptr;
   sdk.Kiln_KilnRenderer_release(handle);
@@ -81,16 +89,43 @@ void RendererWrapper::Silence() {
   if (releasing_ == 0) sdk.Kiln_KilnRenderer_stop(renderer);
 }
 
-void RendererWrapper::Release() {
-  Close();
-  self.Reset();
-  delete this;
+void RendererWrapper::EmptyCaches() {
+  pluginCache.Clear();
+  classCache.Clear();
 }
 
+void RendererWrapper::Release() {
+  Close();
+  EmptyCaches();
+  self.Reset();
+  if (second_pass_comes_) {
+    environment_.Remove(this);
+  } else {
+    delete this;
+  }
+}
+
+// The Plugin and Class objects that die in the same collection still find the caches in their own first pass,
+// so the record goes in the second when they are not empty.
 void RendererWrapper::OnCollected(const v8::WeakCallbackInfo<RendererWrapper>& info) {
   RendererWrapper* wrapper = info.GetParameter();
   wrapper->self.Reset();
-  wrapper->Close();
+  if (wrapper->renderer) {
+    ClearCallbacks(wrapper->renderer);
+    wrapper->WakePorts();
+    if (wrapper->classCache.empty()) wrapper->ReleaseHandle();
+  }
+  if (wrapper->pluginCache.empty() && wrapper->classCache.empty()) {
+    delete wrapper;
+  } else {
+    wrapper->second_pass_comes_ = true;
+    info.SetSecondPassCallback(OnCollectedLater);
+  }
+}
+
+void RendererWrapper::OnCollectedLater(const v8::WeakCallbackInfo<RendererWrapper>& info) {
+  RendererWrapper* wrapper = info.GetParameter();
+  if (wrapper->renderer) wrapper->ReleaseHandle();
   delete wrapper;
 }
 

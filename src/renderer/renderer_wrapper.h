@@ -5,6 +5,8 @@
 #include "binding/event_port.h"
 #include "binding/members.h"
 #include "renderer/renderer_events.h"
+#include "scene/class_cache.h"
+#include "scene/plugin_cache.h"
 
 namespace KilnNodeWrapper::KilnRendererNodeWrapper {
 
@@ -19,6 +21,8 @@ class RendererWrapper final : public Closable {
   // Ends the renderer on this thread, which it blocks meanwhile: no event from here on, and no SDK thread
   // stays parked. Does nothing for a closed one.
   void Close();
+  // Lets go of every Plugin and Class object that was handed out.
+  void EmptyCaches();
   // Around a release on another thread, during which events are still served: the environment's end then
   // leaves the handle to it. Settle does what is left when the SDK is through; CancelRelease takes a release
   // back that has not begun.
@@ -34,7 +38,10 @@ class RendererWrapper final : public Closable {
   KilnRendererHandle renderer;  // null after close
   PortOf<RendererEvent>* eventsPort = nullptr;
   PortOf<ContextMenuEvent>* contextMenuPort = nullptr;
+  PortOf<LightMixEvent>* lightMixPort = nullptr;
   PortOf<UploadEvent>* uploadPort = nullptr;
+  PluginCache pluginCache;
+  ClassCache classCache;
   int32_t maxTypedListsCopyByteSize = -1;
   bool autoCommit = true;
   int32_t minLogLevel = 2;
@@ -44,13 +51,17 @@ class RendererWrapper final : public Closable {
  private:
   ~RendererWrapper();
   static void OnCollected(const v8::WeakCallbackInfo<RendererWrapper>& info);
+  static void OnCollectedLater(const v8::WeakCallbackInfo<RendererWrapper>& info);
   void OpenPorts();
   void WakePorts();
   void ClosePorts();
   void LeaveCounters();
+  // The part of an end that comes when no event can start any more.
+  void ReleaseHandle();
 
   Environment& environment_;
   int releasing_ = 0;
+  bool second_pass_comes_ = false;
 };
 
 inline RendererWrapper& WrapperOf(v8::Local<v8::Object> object) {

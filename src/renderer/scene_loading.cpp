@@ -52,9 +52,11 @@ struct LoadBlock : LoadOutcome {
   void Cancel() { buffer.release(nullptr, 0, buffer.user); }
 };
 
-// One string, primitive or object; an array is refused.
+// One string, primitive or object; an array is refused. The scene's plugins are forgotten before anything is
+// checked.
 void LoadOne(const Arguments& info, LoadFunction function, const char* message) {
   v8::Isolate* isolate = info.GetIsolate();
+  RendererOf(info).pluginCache.Clear();
   if (!IsText(info[0])) return ThrowError(isolate, message);
   std::string source;
   if (!ReadString(isolate->GetCurrentContext(), info[0], &source)) return;
@@ -66,6 +68,7 @@ void LoadOne(const Arguments& info, LoadFunction function, const char* message) 
 // Takes every form of strings, and loads the first.
 void LoadOneSync(const Arguments& info, LoadFunction function, const char* message) {
   v8::Isolate* isolate = info.GetIsolate();
+  RendererOf(info).pluginCache.Clear();
   std::vector<std::string> strings;
   int next = 0;
   if (!CollectStrings(info, &strings, &next)) return;
@@ -80,6 +83,7 @@ bool ReadBlock(const Arguments& info, LoadBlock* operation) {
     ThrowError(info.GetIsolate(), kNoSceneData);
     return false;
   }
+  RendererOf(info).pluginCache.Clear();
   operation->renderer = RendererOf(info).renderer;
   operation->buffer = BorrowBuffer(EnvironmentOf(info), info[0].As<v8::Object>());
   return true;

@@ -30,12 +30,12 @@ test('create runs on the pool; the instance takes its own reference and gives ba
   const calls = recorder.calls();
   assert.deepStrictEqual(calls.map((call) => call.name), [entry('create'), entry('incRef'),
     entry('setKeepRTframesInCallback'), entry('setKeepBucketsInCallback'), setter('KvwContextMenuSelected'),
-    setter('UploadToCollaboration'), entry('release')]);
-  assert.deepStrictEqual(calls.map((call) => call.onJsThread), [false, true, true, true, true, true, true]);
+    setter('LightMixTransferToScene'), setter('UploadToCollaboration'), entry('release')]);
+  assert.deepStrictEqual(calls.map((call) => call.onJsThread), [false, true, true, true, true, true, true, true]);
   const handles = recorder.live().handles;
   assert.deepStrictEqual(handles.map((one) => one.references), [1]);
   assert.strictEqual(calls[1].args[0], handles[0].handle);
-  assert.strictEqual(calls[6].args[0], handles[0].handle);
+  assert.strictEqual(calls[7].args[0], handles[0].handle);
   renderer.close();
 });
 

@@ -27,7 +27,8 @@ test('construction keeps images and buckets, then registers the callbacks that a
   const handle = recorder.live().handles[0].handle;
   const calls = recorder.calls();
   assert.deepStrictEqual(calls.map((call) => call.name), [entry('create'), entry('setKeepRTframesInCallback'),
-    entry('setKeepBucketsInCallback'), setter('KvwContextMenuSelected'), setter('UploadToCollaboration')]);
+    entry('setKeepBucketsInCallback'), setter('KvwContextMenuSelected'),
+    setter('LightMixTransferToScene'), setter('UploadToCollaboration')]);
   assert.deepStrictEqual(calls[1].args, [handle, 1]);
   assert.deepStrictEqual(calls[2].args, [handle, 1]);
   for (const {arg} of calls.slice(3)) {
@@ -47,14 +48,15 @@ test('no other callback is on before the switch turns it on', () => {
   renderer.close();
 });
 
-test('the two constants of the always-on callbacks are ports of their own, and so is the switch\'s', () => {
+test('the callbacks that are always on have ports of their own, and so has the switch', () => {
   const renderer = open();
   turn(renderer, 0, true);
   turn(renderer, 7, true);
-  const users = ['StateChanged', 'Progress', 'KvwContextMenuSelected', 'UploadToCollaboration']
-    .map((stem) => recorder.last(setter(stem)).arg.callback.user_data);
+  const stems = ['StateChanged', 'Progress', 'KvwContextMenuSelected', 'LightMixTransferToScene',
+    'UploadToCollaboration'];
+  const users = stems.map((stem) => recorder.last(setter(stem)).arg.callback.user_data);
   assert.strictEqual(users[0], users[1]);
-  assert.strictEqual(new Set(users).size, 3);
+  assert.strictEqual(new Set(users).size, 4);
   renderer.close();
 });
 
@@ -223,7 +225,8 @@ test('the handle of a renderer makes a second object over it, with ports of its 
   recorder.clear();
   const second = open(handle);
   assert.deepStrictEqual(recorder.names(), [entry('incRef'), entry('setKeepRTframesInCallback'),
-    entry('setKeepBucketsInCallback'), setter('KvwContextMenuSelected'), setter('UploadToCollaboration')]);
+    entry('setKeepBucketsInCallback'), setter('KvwContextMenuSelected'),
+    setter('LightMixTransferToScene'), setter('UploadToCollaboration')]);
   assert.notStrictEqual(recorder.last(setter('UploadToCollaboration')).arg.callback.user_data, user);
   assert.strictEqual(recorder.live().handles.filter((one) => one.references === 2).length, 1);
   await recorder.raise(setter('KvwContextMenuSelected'), {first: 1, second: 2, third: 3});

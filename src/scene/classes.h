@@ -1,0 +1,14 @@
+// The class collection: all plugin classes that the SDK knows, by name and iterable.
+#pragma once
+
+#include "binding/environment.h"
+
+namespace KilnNodeWrapper {
+
+// The template alone: nothing is exported.
+void RegisterClasses(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object> exports);
+
+// renderer.classes; empty when it can't be made.
+v8::MaybeLocal<v8::Object> NewClasses(Environment& environment, v8::Local<v8::Object> renderer_object);
+
+}  // namespace KilnNodeWrapper

@@ -1,0 +1,63 @@
+// The Plugin and PluginRef objects that one renderer has handed out, by ID and output.
+#pragma once
+
+#include <v8.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "values.h"
+
+namespace KilnNodeWrapper {
+
+// A flat hash from an ID to the slots of its outputs. Slots stay where they are, so that a weak handle's
+// callback finds its own without a search. JavaScript thread only; the collector may erase at any allocation
+// on V8's heap, so nothing of the table is held across one.
+class PluginCache {
+ public:
+  PluginCache() = default;
+  PluginCache(const PluginCache&) = delete;
+  PluginCache& operator=(const PluginCache&) = delete;
+  ~PluginCache() { Clear(); }
+
+  // The object of an ID and output; empty when there is none that is alive.
+  v8::Local<v8::Object> Find(v8::Isolate* isolate, KilnPluginId id, uint32_t output) const;
+  // Holds the object weakly. There must be none for this ID and output.
+  void Insert(v8::Isolate* isolate, KilnPluginId id, uint32_t output, v8::Local<v8::Object> object);
+  // Lets go of all objects of an ID, for all outputs.
+  void Erase(KilnPluginId id);
+  void Clear();
+  bool empty() const { return count_ == 0; }
+
+ private:
+  struct Slot {
+    v8::Global<v8::Object> object;  // empty in a free slot
+    KilnPluginId id = 0;
+    PluginCache* owner = nullptr;
+    Slot* next = nullptr;  // of the same ID, or free
+    uint32_t output = 0;
+  };
+  struct Bucket {
+    KilnPluginId id = 0;
+    Slot* first = nullptr;  // null: free
+  };
+
+  static void OnCollected(const v8::WeakCallbackInfo<Slot>& info);
+  // The bucket of an ID, or the free one where it would stand. There is always a free one.
+  size_t BucketOf(KilnPluginId id) const;
+  void Grow();
+  void EraseBucket(size_t hole);
+  void Erase(Slot* slot);
+  Slot* NewSlot();
+  void Free(Slot* slot);
+
+  std::vector<Bucket> buckets_;  // a power of two, or none
+  size_t used_buckets_ = 0;
+  size_t count_ = 0;
+  std::vector<std::unique_ptr<Slot[]>> chunks_;
+  Slot* free_ = nullptr;
+};
+
+}  // namespace KilnNodeWrapper

@@ -1,0 +1,15 @@
+// The plugin collection: a live view of a scene's plugins by name, iterable, and callable for a view of one
+// class.
+#pragma once
+
+#include "binding/environment.h"
+
+namespace KilnNodeWrapper {
+
+// The template alone: nothing is exported.
+void RegisterPlugins(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object> exports);
+
+// renderer.plugins; empty when it can't be made.
+v8::MaybeLocal<v8::Object> NewPlugins(Environment& environment, v8::Local<v8::Object> renderer_object);
+
+}  // namespace KilnNodeWrapper
