@@ -130,7 +130,9 @@ void ExportValueClass(v8::Isolate* isolate, v8::Local<v8::Object> exports, const
 
 template <compat::IndexedGetter kGetter>
 v8::IndexedPropertyHandlerConfiguration IndexedBy(v8::Local<v8::External> external) {
-  return {compat::OnIndexedGet<kGetter>, nullptr, nullptr, nullptr, nullptr, external};
+  // By name: newer V8 has it explicit.
+  return v8::IndexedPropertyHandlerConfiguration(compat::OnIndexedGet<kGetter>, nullptr, nullptr, nullptr,
+                                                 nullptr, external);
 }
 
 // A constructor called without new does the same as with it. False when that was the case.
