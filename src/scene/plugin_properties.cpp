@@ -78,13 +78,10 @@ void WithName(const Arguments& info, Body&& body) {
 }  // namespace
 
 v8::NamedPropertyHandlerConfiguration PluginProperties(v8::Local<v8::External> external) {
-  return {compat::OnNamedGet<GetProperty>,
-          compat::OnNamedSet<SetProperty>,
-          nullptr,
-          nullptr,
-          compat::OnNamedEnumerate<ListProperties>,
-          external,
-          v8::PropertyHandlerFlags::kOnlyInterceptStrings};
+  // By name: newer V8 has the constructor explicit.
+  return v8::NamedPropertyHandlerConfiguration(
+      compat::OnNamedGet<GetProperty>, compat::OnNamedSet<SetProperty>, nullptr, nullptr,
+      compat::OnNamedEnumerate<ListProperties>, external, v8::PropertyHandlerFlags::kOnlyInterceptStrings);
 }
 
 void GetPropertyValue(const Arguments& info) {

@@ -51,13 +51,10 @@ void ReturnText(const Arguments& info, const std::string& text);
 // The handler of a class of named properties, which sees string keys only; null callbacks are allowed.
 template <compat::NamedGetter kGetter, compat::NamedEnumerator kEnumerator>
 v8::NamedPropertyHandlerConfiguration ReadOnlyNames(v8::Local<v8::External> external) {
-  return {compat::OnNamedGet<kGetter>,
-          nullptr,
-          nullptr,
-          nullptr,
-          compat::OnNamedEnumerate<kEnumerator>,
-          external,
-          v8::PropertyHandlerFlags::kOnlyInterceptStrings};
+  // By name: newer V8 has the constructor explicit.
+  return v8::NamedPropertyHandlerConfiguration(compat::OnNamedGet<kGetter>, nullptr, nullptr, nullptr,
+                                               compat::OnNamedEnumerate<kEnumerator>, external,
+                                               v8::PropertyHandlerFlags::kOnlyInterceptStrings);
 }
 
 }  // namespace KilnNodeWrapper
