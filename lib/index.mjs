@@ -44,6 +44,10 @@ export const {
   // Classes.
   KilnRenderer,
   KilnImage,
+  Plugin,
+  PluginRef,
+  Class,
+  Category,
   Vector,
   Matrix,
   Transform,

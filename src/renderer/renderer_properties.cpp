@@ -52,6 +52,14 @@ void SetMinLogLevel(Name, Value value, const SetterInfo& info) {
   RegisterLogCallback(wrapper);
 }
 
+void GetMaxTypedListsCopyByteSize(Name, const GetterInfo& info) {
+  info.GetReturnValue().Set(RendererOf(info).maxTypedListsCopyByteSize);
+}
+void SetMaxTypedListsCopyByteSize(Name, Value value, const SetterInfo& info) {
+  int32_t size = 0;
+  if (value->Int32Value(ContextOf(info.GetIsolate())).To(&size)) RendererOf(info).maxTypedListsCopyByteSize = size;
+}
+
 // --- Members with a logic of their own.
 
 void GetNumThreads(Name, const GetterInfo& info) {
@@ -181,6 +189,7 @@ constexpr Accessor kAccessors[] = {
      SetFlag<&SdkTable::Kiln_KilnRenderer_setImageUpdatedHasBuffer>},
     {"bucketReadyHasBuffer", GetFlag<&SdkTable::Kiln_KilnRenderer_getBucketReadyHasBuffer>,
      SetFlag<&SdkTable::Kiln_KilnRenderer_setBucketReadyHasBuffer>},
+    {"maxTypedListsCopyByteSize", GetMaxTypedListsCopyByteSize, SetMaxTypedListsCopyByteSize},
 };
 
 }  // namespace

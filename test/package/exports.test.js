@@ -64,7 +64,7 @@ function declaredMembers(name) {
   return members;
 }
 
-const CLASSES = ['KilnRenderer', 'KilnImage', 'Vector', 'Matrix', 'Transform', 'Color', 'AColor'];
+const CLASSES = ['KilnRenderer', 'KilnImage', 'Plugin', 'Class', 'Vector', 'Matrix', 'Transform', 'Color', 'AColor'];
 for (const Class of CLASSES.map((name) => kiln[name])) {
   test(`the declarations have every member of ${Class.name}`, () => {
     const declared = declaredMembers(Class.name);

@@ -82,7 +82,9 @@ test('a plain require works with the engine', async () => {
 test('a named folder without a library is reported, not hidden', async () => {
   const script = `console.log(kiln.getSDKLibraryErrorString());
     try { kiln.getAPIVersion(); } catch (error) { console.log(error.message === kiln.getSDKLibraryErrorString()); }`;
-  const result = await runScript(script, { env: { KILN_ENGKIT_BIN: os.tmpdir() } });
+  const empty = fs.mkdtempSync(path.join(os.tmpdir(), 'kiln-empty-'));
+  const result = await runScript(script, { env: { KILN_ENGKIT_BIN: empty } });
+  fs.rmdirSync(empty);
   assert.strictEqual(result.code, 0, result.stderr);
   const [text, same] = result.stdout.trim().split('\n');
   assert.ok(text.startsWith('Error loading SDK Library.'), text);

@@ -3,7 +3,7 @@
 // What crosses the boundary when a property is written, and what becomes of what comes back.
 const test = require('node:test');
 const assert = require('assert');
-const {loadNative, recorder, encodeStream, forceGc, until} = require('../helpers');
+const {loadNative, recorder, encodeStream, forceGc, until, sleep} = require('../helpers');
 
 const kiln = loadNative();
 const {Vector, Matrix, Transform, Color, AColor} = kiln;
@@ -136,6 +136,35 @@ test('typed arrays choose their form by size', () => {
   is(new Float32Array(5), 2001, [0, 0, 0, 0, 0]);
   is(new Float64Array(2), 102, [0, 0]);
   is(new Float64Array(3), 2002, [0, 0, 0]);
+});
+
+test('above the limit the SDK keeps the memory, and gives it back once', async () => {
+  assert.strictEqual(renderer.maxTypedListsCopyByteSize, -1);
+  renderer.maxTypedListsCopyByteSize = 0;
+  is(new Float32Array(0), 101);
+  for (const [Type, tag] of [[Float32Array, 3001], [Int32Array, 3000], [VectorList, 3004], [ColorList, 3005]]) {
+    is(new Type(3), tag);
+  }
+  is(new Float64Array(3), 2002, [0, 0, 0]);
+  recorder.answer(SET, {result: 0, keep: true});
+  let weak;
+  (() => {
+    const list = Float32Array.from({length: 6}, (_, i) => i);
+    weak = typeof WeakRef === 'function' ? new WeakRef(list.buffer) : null;
+    is(list, 3001, [0, 1, 2, 3, 4, 5]);
+  })();
+  assert.strictEqual(recorder.live().kept, 1);
+  await sleep(0);
+  forceGc();
+  if (weak) assert(weak.deref(), 'the memory is held');
+  recorder.reset(SET);
+  await recorder.releaseKept({thread: true});
+  assert.strictEqual(recorder.live().kept, 0);
+  await until(() => {
+    forceGc();
+    return !weak || !weak.deref();
+  });
+  renderer.maxTypedListsCopyByteSize = -1;
 });
 
 test('a remainder of a triple does not cross', () => {
