@@ -1,4 +1,5 @@
-/* Prototypes of all entry points, and the records that they take. A library that exports them defines against these. */
+/* Prototypes of all entry points, and the records that they take. A library that exports them defines against
+ * these. */
 #ifndef KILN_INCLUDE_ENTRY_POINTS_H_
 #define KILN_INCLUDE_ENTRY_POINTS_H_
 

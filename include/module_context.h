@@ -3,8 +3,8 @@
 
 #include <v8.h>
 
-// Persistent V8 handles and nothing else, all empty at first. Whoever fills a field disposes of what it held. Owned by
-// the environment's clean-up hook, which disposes of the handles in reverse order.
+// Persistent V8 handles and nothing else, all empty at first. Whoever fills a field disposes of what it held.
+// Owned by the environment's clean-up hook, which disposes of the handles in reverse order.
 struct ModuleContext {
   v8::Global<v8::Function> stringifyFunction;
   v8::Global<v8::Object> listRootPrototype;

@@ -57,7 +57,8 @@ void GetMaxTypedListsCopyByteSize(Name, const GetterInfo& info) {
 }
 void SetMaxTypedListsCopyByteSize(Name, Value value, const SetterInfo& info) {
   int32_t size = 0;
-  if (value->Int32Value(ContextOf(info.GetIsolate())).To(&size)) RendererOf(info).maxTypedListsCopyByteSize = size;
+  if (value->Int32Value(ContextOf(info.GetIsolate())).To(&size))
+    RendererOf(info).maxTypedListsCopyByteSize = size;
 }
 
 // --- Members with a logic of their own.

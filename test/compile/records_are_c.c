@@ -1,4 +1,5 @@
-/* Building this file is the test: the records and rows of the boundary are C, and there are as many rows as there should be. */
+/* Building this file is the test: the records and rows of the boundary are C, and there are as many rows as
+ * there should be. */
 #include "entry_points.h"
 
 static const char kOnePerRow[] = {
@@ -8,4 +9,6 @@ static const char kOnePerRow[] = {
 KILN_ASSERT_LAYOUT(sizeof(kOnePerRow) == 341, "a complete library offers 341 entry points");
 
 int KilnRecordsAreC(void);
-int KilnRecordsAreC(void) { return kOnePerRow[0]; }
+int KilnRecordsAreC(void) {
+  return kOnePerRow[0];
+}

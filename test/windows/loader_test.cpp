@@ -35,7 +35,8 @@ int LoadFrom(const char* directory) {
 void FindsALibraryInADirectory() {
   Check(LoadFrom("complete") == 0, "a bare name is found through the DLL directory");
   Check(KilnNodeWrapper::SdkState() == KilnNodeWrapper::SdkBound, "a complete library is bound");
-  Check(KilnNodeWrapper::SdkErrorText().rfind("SDK library loaded correctly (", 0) == 0, "the text of a success");
+  Check(KilnNodeWrapper::SdkErrorText().rfind("SDK library loaded correctly (", 0) == 0,
+        "the text of a success");
   Check(EndsWith(KilnNodeWrapper::SdkErrorText(), "\\complete\\KilnSDKLibrary.dll)"),
         "the text names the module's path");
   wchar_t directory[8] = L"";
@@ -69,7 +70,8 @@ void ReportsAMissingName() {
 void ReportsAMissingLibrary() {
   Check(LoadFrom("empty") == -1, "a missing library is an error");
   Check(KilnNodeWrapper::SdkErrorText().rfind("Error loading SDK Library. [", 0) == 0, "with its text");
-  Check(Contains(KilnNodeWrapper::SdkErrorText(), " (126)] (empty\\KilnSDKLibrary.dll)"), "its code and its path");
+  Check(Contains(KilnNodeWrapper::SdkErrorText(), " (126)] (empty\\KilnSDKLibrary.dll)"),
+        "its code and its path");
   Check(LoadFrom(nullptr) == -1, "a bare name goes to the system's own search");
   Check(EndsWith(KilnNodeWrapper::SdkErrorText(), "] (KilnSDKLibrary.dll)"), "and is told as it is");
 }
@@ -91,7 +93,8 @@ void ReadsNamesOutsideAscii() {
 void UnloadsAndForces() {
   LoadFrom("complete");
   KilnNodeWrapper::SdkUnload(true);
-  Check(!KilnNodeWrapper::SdkIsLoaded() && KilnNodeWrapper::SdkErrorText().empty() && KilnNodeWrapper::SdkPath().empty(),
+  Check(!KilnNodeWrapper::SdkIsLoaded() && KilnNodeWrapper::SdkErrorText().empty() &&
+            KilnNodeWrapper::SdkPath().empty(),
         "an unload forgets everything");
   LoadFrom("incomplete");
   KilnNodeWrapper::SdkForce();
@@ -100,9 +103,11 @@ void UnloadsAndForces() {
 }
 
 void SetsThePriority() {
-  Check(KilnNodeWrapper::process::SetPriority(0, KilnNodeWrapper::process::Priority::kBelowNormal), "of the current process");
+  Check(KilnNodeWrapper::process::SetPriority(0, KilnNodeWrapper::process::Priority::kBelowNormal),
+        "of the current process");
   Check(GetPriorityClass(GetCurrentProcess()) == BELOW_NORMAL_PRIORITY_CLASS, "to the class of its name");
-  Check(!KilnNodeWrapper::process::SetPriority(0x7FFFFFF0, KilnNodeWrapper::process::Priority::kNormal), "and of no other");
+  Check(!KilnNodeWrapper::process::SetPriority(0x7FFFFFF0, KilnNodeWrapper::process::Priority::kNormal),
+        "and of no other");
   Check(!KilnNodeWrapper::process::SetNumaNode(0, 200), "a node that is not there is refused");
 }
 
