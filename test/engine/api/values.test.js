@@ -39,6 +39,16 @@ const SAMPLES = {
   'List<float>': [[new Float32Array([0.5, 2]), [0.5, 2]], [[1, 0.25], [1, 0.25]]],
   'List<Vector>': [[[new kiln.Vector(1, 2, 3)], [1, 2, 3]], [new Float32Array([1, 2, 3, 4, 5, 6]), [1, 2, 3, 4, 5, 6]]],
   'List<Color>': [[[new kiln.Color(1, 2, 3)], [1, 2, 3]]],
+  double: [[0.1, 0.1]],
+  AColor: [[new kiln.AColor(1, 2, 3, 4), 'AColor(1, 2, 3, 4)']],
+  Matrix: [[new kiln.Matrix(2), String(new kiln.Matrix(2))]],
+  TextureInt: [[3, 3]],
+  TextureVector: [[new kiln.Vector(1, 2, 3), 'Vector(1, 2, 3)']],
+  'List<boolean>': [[[true, false], [1, 0]]],
+  'List<String>': [[['one', 'two'], ['one', 'two']]],
+  'List<Plugin>': [[[], []]],
+  'List<Texture>': [[[], []]],
+  'List<TextureFloat>': [[[0.5, 1], [0.5, 1]]],
 };
 
 test('the engine is what is bound', () => {
