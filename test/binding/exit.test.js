@@ -8,12 +8,13 @@ const fs = require('fs');
 const os = require('os');
 const path = require('path');
 const {runChild} = require('../helpers');
+const {ABRUPT} = require('../renderer/common');
 
 const LIMIT = 10000;
 
 // Runs the script in a child with a thread parked in each port, in an SDK that joins its threads when it goes.
 async function ends(code, script, args = []) {
-  const outcome = await runChild(parked, {args: [String(script), ...args], timeout: LIMIT});
+  const outcome = await runChild(parked, {args: [String(script), ...args], timeout: LIMIT, env: ABRUPT});
   assert.deepStrictEqual([outcome.code, outcome.signal, outcome.timedOut], [code, null, false], outcome.stderr);
   return outcome;
 }
@@ -22,7 +23,7 @@ async function ends(code, script, args = []) {
 function parked(_, script, ...args) {
   const {recorder, open, turn, setter} = require('./test/renderer/common');
   recorder.joinOnUnload();
-  const renderer = open();
+  const renderer = globalThis.kept = open();
   turn(renderer, 0, true);
   for (const name of ['StateChanged', 'KvwContextMenuSelected', 'UploadToCollaboration']) {
     recorder.raise(setter(name), {}, {serial: false, hold: false});
@@ -110,7 +111,7 @@ test('process.exit in the middle of a job, fifty times', async () => {
       jobs[round % jobs.length]();
       if (round % 2) process.exit(3);
       setTimeout(() => process.exit(3), round % 7);
-    }, {args: [i], timeout: LIMIT});
+    }, {args: [i], timeout: LIMIT, env: ABRUPT});
     assert.deepStrictEqual([outcome.code, outcome.signal, outcome.stderr], [3, null, ''], `round ${i}`);
   }
 });
@@ -126,7 +127,7 @@ test('process.exit with the release of a close under way and its callback parked
     const until = Date.now() + 50;
     while (Date.now() < until) { /* both are on their way */ }
     process.exit(4);
-  }, {timeout: LIMIT});
+  }, {timeout: LIMIT, env: ABRUPT});
   assert.deepStrictEqual([outcome.code, outcome.timedOut, outcome.stderr], [4, false, '']);
 });
 
@@ -137,7 +138,7 @@ test('process.exit asks a renderer with a job under way to stop, so that the wai
     recorder.answer('Kiln_KilnRenderer_waitRenderEnd', {result: 0, delay: 100});
     open().waitForRenderEnd(() => {});
     setTimeout(() => process.exit(5), 10);
-  }, {timeout: LIMIT, env: {KILN_COVERAGE_DIR: folder}});
+  }, {timeout: LIMIT, env: {...ABRUPT, KILN_COVERAGE_DIR: folder}});
   assert.deepStrictEqual([outcome.code, outcome.stderr], [5, '']);
   const names = fs.readdirSync(folder).map((name) => fs.readFileSync(path.join(folder, name), 'utf8')).join('');
   assert.ok(names.includes('Kiln_KilnRenderer_stop\n'));

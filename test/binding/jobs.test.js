@@ -6,7 +6,7 @@ const test = require('node:test');
 const assert = require('assert');
 const {AsyncLocalStorage} = require('async_hooks');
 const {forceGc, sleep, until, runChild} = require('../helpers');
-const {kiln, recorder, entry, setter, open, turn, collected} = require('../renderer/common');
+const {kiln, recorder, entry, setter, open, turn, collected, ABRUPT} = require('../renderer/common');
 
 const PUMP = 'Kiln_GUI_pumpMessages';
 
@@ -103,7 +103,7 @@ test('exceptions of callbacks are uncaught ones, each job settles all the same',
 test('an exception of a callback without a handler ends the process with code 1', async () => {
   const ended = await runChild(() => {
     require('./test/renderer/common').open().stop(() => { throw new Error('of a job'); });
-  });
+  }, {env: ABRUPT});
   assert.deepStrictEqual([ended.code, ended.timedOut], [1, false]);
   assert.match(ended.stderr, /of a job/);
 });

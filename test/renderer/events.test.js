@@ -5,7 +5,7 @@
 const test = require('node:test');
 const assert = require('assert');
 const {forceGc, until, sleep, runChild} = require('../helpers');
-const {kiln, recorder, KINDS, entry, setter, open, turn, withRenderer, collected} = require('./common');
+const {kiln, recorder, KINDS, entry, setter, open, turn, withRenderer, collected, ABRUPT} = require('./common');
 
 const STATES = ['fatalError', 'idleInitialized', 'idleStopped', 'idleError', 'idleFrameDone', 'idleDone', 'preparing',
   'rendering', 'renderingPaused', 'renderingAwaitingChanges'];
@@ -306,7 +306,7 @@ test('the thread goes on only after the exception has been dealt with', async ()
     const {ms} = await log.raise(name('StateChanged'));
     renderer.close();
     process.exit(ms >= 60 ? 0 : 5);
-  });
+  }, {env: ABRUPT});
   assert.deepStrictEqual([ended.code, ended.stderr], [0, '']);
 });
 
