@@ -73,6 +73,9 @@ class Environment : public ModuleContext {
   NameCache property_names;
   std::set<std::string, std::less<>> class_names;
 
+  // What recursion asks for room (stack_guard.h); made with the first question.
+  v8::Global<v8::Function> stack_probe;
+
   // Objects whose memory the SDK holds (kept_object.h); made with the first.
   std::shared_ptr<ReleaseQueue> release_queue;
 

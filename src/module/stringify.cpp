@@ -53,7 +53,7 @@ void Stringify(const Arguments& info) {
   v8::Isolate* isolate = info.GetIsolate();
   v8::Local<v8::Context> context = isolate->GetCurrentContext();
   v8::Local<v8::Value> value = info[0];
-  if (!CheckStack(isolate)) return;
+  if (!CheckStack(EnvironmentOf(info))) return;
   if (value->IsArray()) return StringifyArray(info, value.As<v8::Array>());
   v8::Local<v8::String> result;
   if (value->IsString() || value->IsStringObject()) {

@@ -66,7 +66,7 @@ const uint32_t* ValueReader::TakeWords(size_t count) {
 v8::MaybeLocal<v8::Value> ValueReader::read() {
   v8::EscapableHandleScope scope(isolate_);
   v8::Local<v8::Value> value;
-  if (!HasStackRoom() || !ReadTagged(Take<uint32_t>()).ToLocal(&value) || overrun_) return {};
+  if (!ReadTagged(Take<uint32_t>()).ToLocal(&value) || overrun_) return {};
   return scope.Escape(value);
 }
 
@@ -165,7 +165,7 @@ v8::MaybeLocal<v8::Value> ValueReader::ReadStringList() {
 
 v8::MaybeLocal<v8::Value> ValueReader::ReadList() {
   const auto count = Take<uint32_t>();
-  if (count > kMaxElements) return {};
+  if (count > kMaxElements || !HasStackRoom(environment_)) return {};
   v8::Local<v8::Context> context = isolate_->GetCurrentContext();
   v8::Local<v8::Array> list = v8::Array::New(isolate_);
   for (uint32_t i = 0; i < count; i++) {

@@ -209,7 +209,7 @@ bool ValueWriter::WriteTypedArray(v8::Local<v8::TypedArray> array) {
 bool ValueWriter::WriteArray(v8::Local<v8::Array> array) {
   v8::Local<v8::Context> context = isolate_->GetCurrentContext();
   v8::Local<v8::Value> type;
-  if (!CheckStack(isolate_)) return false;
+  if (!CheckStack(environment_)) return false;
   if (!array->Get(context, v8::String::NewFromUtf8Literal(isolate_, "_type")).ToLocal(&type)) return false;
   uint32_t tag = KILN_VALUE_LIST;
   if (!type->IsNullOrUndefined()) {
