@@ -257,18 +257,26 @@ void ToBitmapData(const Arguments& info) {
   v8::Isolate* isolate = info.GetIsolate();
   BitmapOptions options;
   if (!OpenImageOf(info)) return;
+  // A number that can't be converted is its default, and its exception is told behind the work: V8 loses it
+  // on the way unless somebody holds it.
+  v8::TryCatch try_catch(isolate);
+  const auto tell = [&try_catch] {
+    if (try_catch.HasCaught()) try_catch.ReThrow();
+  };
   if (info[0]->IsObject() &&
       !ReadBitmapOptions(isolate->GetCurrentContext(), info[0].As<v8::Object>(), &options)) {
-    return;
+    return tell();
   }
   KilnImageHandle image = OpenImageOf(info);
-  if (!image) return;
+  if (!image) return tell();
   void* data = nullptr;
   const uint64_t size =
       sdk.KilnImage_toBitmapData(image, &data, options.flags, options.stride, options.alpha);
   v8::Local<v8::ArrayBuffer> memory;
-  if (size == 0 || !AdoptBlock(isolate, data, size).ToLocal(&memory)) return;
-  info.GetReturnValue().Set(v8::Uint8ClampedArray::New(memory, 0, size));
+  if (size != 0 && AdoptBlock(isolate, data, size).ToLocal(&memory)) {
+    info.GetReturnValue().Set(v8::Uint8ClampedArray::New(memory, 0, size));
+  }
+  tell();
 }
 
 void ToIntList(const Arguments& info) {
