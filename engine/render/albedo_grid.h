@@ -47,6 +47,8 @@ class AlbedoGrid {
     const auto row = [&](int i) { return Mix(values_[i][c.low], values_[i][c.low + 1], c.t); };
     return Mix(row(r.low), row(r.low + 1), r.t);
   }
+  float Node(int cosine, int roughness) const { return values_[roughness][cosine]; }
+  float AverageNode(int roughness) const { return averages_[roughness]; }
   float AverageAt(float x_roughness) const {
     const Place r = Locate(x_roughness, kRoughnesses);
     return Mix(averages_[r.low], averages_[r.low + 1], r.t);

@@ -20,14 +20,6 @@ float Mirror(float z, bool inside) {
 
 }  // namespace
 
-// What a query needs of wo, for all lobes.
-struct Bsdf::View {
-  LobeView lobes[kMaxLobes];
-  float scale[kMaxLobes];        // weight of the lobe and transmission of what lies above it, towards wo
-  float probability[kMaxLobes];  // of sampling the lobe
-  bool outside;                  // wo is on the side of geometric_normal_
-};
-
 void Bsdf::Begin(const Frame& shading, Vec3 geometric_normal) {
   frame_ = shading;
   geometric_normal_ = geometric_normal;
@@ -88,7 +80,9 @@ void Bsdf::AddSpecularLayer(Color f0, Color f90, float alpha, float weight) {
   AddMetal(f0, f90, alpha, weight);
   if (count_ == index) return;
   for (int i = 0; i < index; ++i) {
-    if (IsDiffuse(lobes_[i].kind) && lobes_[i].layer < 0) lobes_[i].layer = index;
+    if (!IsDiffuse(lobes_[i].kind) || lobes_[i].layer >= 0) continue;
+    lobes_[i].layer = index;
+    lobes_[index].is_layer = true;
   }
 }
 
@@ -111,7 +105,7 @@ void Bsdf::AddSheen(Color color, float roughness) {
   FinishLobe(lobe);
 }
 
-bool Bsdf::Look(Vec3 wo, View* view) const {
+bool Bsdf::Look(Vec3 wo, BsdfView* view) const {
   const Vec3 local = frame_.ToLocal(wo);
   const float side = Dot(wo, geometric_normal_);
   // Where the two normals disagree about wo there is no honest answer; black beats a leak.
@@ -133,7 +127,7 @@ bool Bsdf::Look(Vec3 wo, View* view) const {
   float total = 0;
   for (int i = 0; i < count_; ++i) {
     const BsdfLobe& lobe = lobes_[i];
-    if (lobe.layer >= 0) view->scale[i] *= LayerRest(lobes_[lobe.layer], view->lobes[i].wo.z);
+    if (lobe.layer >= 0) view->scale[i] *= view->lobes[lobe.layer].base_rest;
     view->probability[i] = std::max(0.0f, view->scale[i] * Mean(view->lobes[i].albedo));
     total += view->probability[i];
   }
@@ -142,26 +136,29 @@ bool Bsdf::Look(Vec3 wo, View* view) const {
   return true;
 }
 
-Color Bsdf::Evaluate(const View& view, Vec3 wi, float* pdf) const {
+Color Bsdf::Evaluate(const BsdfView& view, Vec3 wi, float* pdf) const {
   *pdf = 0;
   const float side = Dot(wi, geometric_normal_);
   if (side == 0) return {};
   const bool reflects = (side > 0) == view.outside;
   const Vec3 local = frame_.ToLocal(wi);
   Color sum;
-  for (int i = 0; i < count_; ++i) {
+  float rest[kMaxLobes] = {};  // of specular layers, towards wi
+  // From the top, so that a layer is known before its base.
+  for (int i = count_ - 1; i >= 0; --i) {
     const BsdfLobe& lobe = lobes_[i];
     const LobeView& lobe_view = view.lobes[i];
-    if (view.probability[i] <= 0 || IsDelta(lobe)) continue;
+    const bool unseen = view.probability[i] <= 0 || lobe.delta;
+    if (unseen && !lobe.is_layer) continue;
     Vec3 lobe_wi = lobe.kind == LobeKind::kClearcoat ? Frame(lobe.normal).ToLocal(wi) : local;
     lobe_wi.z = Mirror(lobe_wi.z, lobe_view.inside);
-    if ((lobe_wi.z > 0) != reflects) continue;
-    const LobeValue value = EvaluateLobe(lobe, lobe_view, lobe_wi);
+    GlossyAlbedo albedo;
+    if (IsGlossy(lobe.kind)) albedo = lobe.albedo.At(std::abs(lobe_wi.z));
+    if (lobe.is_layer) rest[i] = LayerRest(lobe, albedo) / std::max(1e-6f, lobe.layer_rest);
+    if (unseen || (lobe_wi.z > 0) != reflects) continue;
+    const LobeValue value = EvaluateLobe(lobe, lobe_view, lobe_wi, albedo);
     float scale = view.scale[i];
-    if (lobe.layer >= 0) {
-      const BsdfLobe& layer = lobes_[lobe.layer];
-      scale *= LayerRest(layer, std::abs(lobe_wi.z)) / std::max(1e-6f, layer.layer_rest);
-    }
+    if (lobe.layer >= 0) scale *= rest[lobe.layer];
     sum += value.f * scale;
     *pdf += value.pdf * view.probability[i];
   }
@@ -170,7 +167,7 @@ Color Bsdf::Evaluate(const View& view, Vec3 wi, float* pdf) const {
 
 Color Bsdf::Evaluate(Vec3 wo, Vec3 wi, float* pdf) const {
   float density = 0;
-  View view;
+  BsdfView view;
   Color value;
   if (Look(wo, &view)) value = Evaluate(view, wi, &density);
   if (pdf) *pdf = density;
@@ -184,8 +181,11 @@ float Bsdf::Pdf(Vec3 wo, Vec3 wi) const {
 }
 
 bool Bsdf::Sample(Vec3 wo, float u_lobe, Vec2 u, BsdfSample* sample) const {
-  View view;
-  if (!Look(wo, &view)) return false;
+  BsdfView view;
+  return Look(wo, &view) && Sample(view, u_lobe, u, sample);
+}
+
+bool Bsdf::Sample(const BsdfView& view, float u_lobe, Vec2 u, BsdfSample* sample) const {
   int chosen = 0;
   while (chosen < count_ - 1 && u_lobe >= view.probability[chosen]) u_lobe -= view.probability[chosen++];
   while (chosen > 0 && view.probability[chosen] <= 0) --chosen;  // rounding may run past the last one
@@ -218,7 +218,7 @@ bool Bsdf::Sample(Vec3 wo, float u_lobe, Vec2 u, BsdfSample* sample) const {
 
 bool Bsdf::HasNonDelta() const {
   for (int i = 0; i < count_; ++i) {
-    if (!IsDelta(lobes_[i])) return true;
+    if (!lobes_[i].delta) return true;
   }
   return false;
 }

@@ -25,6 +25,9 @@ struct BsdfSample {
   float eta = 1;       // index of refraction where wi goes over the one where wo goes; 1 for a reflection
 };
 
+// What a query needs of wo, for all lobes.
+struct BsdfView;
+
 // Lobes are added by a Material; then the integrator asks. All directions are in world space, unit length,
 // pointing away from the surface. Energy-conserving up to the furnace tolerance of the tests: at most 0.5 %
 // is gained.
@@ -68,19 +71,29 @@ class Bsdf {
   float Pdf(Vec3 wo, Vec3 wi) const;
   // False when no direction could be made. u_lobe chooses the lobe, u the direction; all in [0, 1).
   bool Sample(Vec3 wo, float u_lobe, Vec2 u, BsdfSample* sample) const;
+  // The same three steps for several queries of one wo. False: nothing is scattered there, and the view is
+  // unusable.
+  bool Look(Vec3 wo, BsdfView* view) const;
+  Color Evaluate(const BsdfView& view, Vec3 wi, float* pdf) const;
+  bool Sample(const BsdfView& view, float u_lobe, Vec2 u, BsdfSample* sample) const;
   // Whether Evaluate can be other than black: some lobe is not a delta.
   bool HasNonDelta() const;
 
  private:
-  struct View;
   BsdfLobe* Add(LobeKind kind, float weight);
-  bool Look(Vec3 wo, View* view) const;
-  Color Evaluate(const View& view, Vec3 wi, float* pdf) const;
 
   Frame frame_{Vec3{0, 0, 1}};
   Vec3 geometric_normal_{0, 0, 1};
   BsdfLobe lobes_[kMaxLobes];
   int count_ = 0;
+};
+
+struct BsdfView {
+  BsdfView() = default;  // keeps a direction in braces from being taken for a view
+  LobeView lobes[Bsdf::kMaxLobes];
+  float scale[Bsdf::kMaxLobes];  // weight of the lobe and transmission of what lies above it, towards wo
+  float probability[Bsdf::kMaxLobes];  // of sampling the lobe
+  bool outside = false;                // wo is on the side of the geometric normal
 };
 
 }  // namespace kiln::engine::render

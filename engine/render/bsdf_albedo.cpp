@@ -32,11 +32,22 @@ Vec3 DirectionAt(float cosine) {
   return {std::sqrt(std::max(0.0f, 1 - cosine * cosine)), 0, cosine};
 }
 
+// Both albedos of a node side by side, and behind the cosines of a roughness the average.
 struct GlossyTables {
-  AlbedoGrid<32, 32> base, grazing;
+  static constexpr int kCosines = 32;
+  static constexpr int kRoughnesses = 32;
+  static constexpr int kRow = kCosines + 1;
+  std::array<GlossyAlbedo, kRow * kRoughnesses> nodes;
   GlossyTables() {
+    AlbedoGrid<kCosines, kRoughnesses> base;
+    AlbedoGrid<kCosines, kRoughnesses> grazing;
     base.Fill([](float cosine, float roughness) { return Integrate(cosine, roughness).base; });
     grazing.Fill([](float cosine, float roughness) { return Integrate(cosine, roughness).grazing; });
+    for (int r = 0; r < kRoughnesses; ++r) {
+      GlossyAlbedo* row = &nodes[static_cast<size_t>(r) * kRow];
+      for (int c = 0; c < kCosines; ++c) row[c] = {base.Node(c, r), grazing.Node(c, r)};
+      row[kCosines] = {base.AverageNode(r), grazing.AverageNode(r)};
+    }
   }
   static GlossyAlbedo Integrate(float cosine, float roughness) {
     constexpr int kCount = 384;
@@ -55,6 +66,10 @@ struct GlossyTables {
     return {static_cast<float>(base / kCount), static_cast<float>(grazing / kCount)};
   }
 };
+
+GlossyAlbedo Blend(GlossyAlbedo a, GlossyAlbedo b, float t) {
+  return {Mix(a.base, b.base, t), Mix(a.grazing, b.grazing, t)};
+}
 
 const GlossyTables& Glossy() {
   static const GlossyTables tables;
@@ -133,18 +148,34 @@ const SheenTables& Sheen() {
 }  // namespace
 
 GlossyAlbedo FindGlossyAlbedo(float cosine, float alpha) {
-  if (IsSmooth(alpha)) {
-    const float schlick = SchlickWeight(cosine);
-    return {1 - schlick, schlick};
-  }
-  const float roughness = RootOf(alpha);
-  return {Glossy().base.At(cosine, roughness), Glossy().grazing.At(cosine, roughness)};
+  return GlossyRow(alpha).At(cosine);
 }
 
 GlossyAlbedo FindAverageGlossyAlbedo(float alpha) {
-  if (IsSmooth(alpha)) return {1 - kSchlickAverage, kSchlickAverage};
-  const float roughness = RootOf(alpha);
-  return {Glossy().base.AverageAt(roughness), Glossy().grazing.AverageAt(roughness)};
+  return GlossyRow(alpha).Average();
+}
+
+GlossyRow::GlossyRow(float alpha) {
+  if (IsSmooth(alpha)) return;
+  const Place place = Locate(RootOf(alpha), GlossyTables::kRoughnesses);
+  nodes_ = &Glossy().nodes[static_cast<size_t>(place.low) * GlossyTables::kRow];
+  t_ = place.t;
+}
+
+GlossyAlbedo GlossyRow::At(float cosine) const {
+  if (nodes_ == nullptr) {
+    const float schlick = SchlickWeight(cosine);
+    return {1 - schlick, schlick};
+  }
+  const Place place = Locate(RootOf(cosine), GlossyTables::kCosines);
+  const GlossyAlbedo* low = nodes_ + place.low;
+  const GlossyAlbedo* high = low + GlossyTables::kRow;
+  return Blend(Blend(low[0], low[1], place.t), Blend(high[0], high[1], place.t), t_);
+}
+
+GlossyAlbedo GlossyRow::Average() const {
+  if (nodes_ == nullptr) return {1 - kSchlickAverage, kSchlickAverage};
+  return Blend(nodes_[GlossyTables::kCosines], nodes_[GlossyTables::kRow + GlossyTables::kCosines], t_);
 }
 
 std::shared_ptr<const DielectricTable> DielectricTable::For(float ior) {

@@ -21,6 +21,19 @@ GlossyAlbedo FindGlossyAlbedo(float cosine, float alpha);
 // Averaged over the hemisphere, weighted by the cosine.
 GlossyAlbedo FindAverageGlossyAlbedo(float alpha);
 
+// The same for one roughness that many directions are looked up for.
+class GlossyRow {
+ public:
+  GlossyRow() = default;
+  explicit GlossyRow(float alpha);
+  GlossyAlbedo At(float cosine) const;
+  GlossyAlbedo Average() const;
+
+ private:
+  const GlossyAlbedo* nodes_ = nullptr;  // of the smoother neighbour in the table; null: a delta
+  float t_ = 0;                          // where between it and the next
+};
+
 // What a rough dielectric interface reflects and refracts together, single scattering. One table serves an
 // index of refraction: a material finds it when it is built and keeps it alive for its closures.
 class DielectricTable {

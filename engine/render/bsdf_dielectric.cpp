@@ -170,7 +170,7 @@ bool SampleDielectric(const BsdfLobe& lobe, const LobeView& view, float u_choice
 }
 
 void LookAtThinDielectric(const BsdfLobe& lobe, LobeView* view) {
-  const GlossyAlbedo albedo = FindGlossyAlbedo(view->wo.z, lobe.alpha);
+  const GlossyAlbedo albedo = lobe.albedo.At(view->wo.z);
   const ThinFacet facet = ThinFacetAt(lobe, view->wo.z);
   const Color multiple = (lobe.multiple + lobe.multiple_pass);
   view->albedo = facet.reflect + facet.transmit;

@@ -24,15 +24,22 @@ Color GlossyTotal(const BsdfLobe& lobe, GlossyAlbedo albedo) {
   return lobe.f0 * albedo.base + lobe.f90 * albedo.grazing + lobe.multiple * (1 - albedo.Total());
 }
 
-LobeValue EvaluateGlossy(const BsdfLobe& lobe, const LobeView& view, Vec3 wi) {
-  if (wi.z <= 0 || IsSmooth(lobe.alpha)) return {};
+// Of the energy that single scattering loses towards wo and towards wi, what the compensation sends there.
+float Compensation(const BsdfLobe& lobe, const LobeView& view, float cos_i, GlossyAlbedo towards_wi) {
+  if (lobe.lost < 1e-6f) return 0;
+  return view.lost * (1 - towards_wi.Total()) / (kPi * lobe.lost) * cos_i;
+}
+
+LobeValue EvaluateGlossy(const BsdfLobe& lobe, const LobeView& view, Vec3 wi, GlossyAlbedo albedo) {
+  if (wi.z <= 0 || lobe.delta) return {};
   const Vec3& wo = view.wo;
   const Vec3 h = Normalize(wo + wi);
   const float d = GgxD(h, lobe.alpha) / (4 * wo.z);
   LobeValue value;
-  value.f = FresnelSchlick(lobe.f0, lobe.f90, Dot(wo, h)) * (d * GgxG2(wo.z, wi.z, lobe.alpha));
-  value.f += lobe.multiple * MultipleScattering(lobe, view, wi.z);
-  value.pdf = (1 - view.multiple) * GgxG1(wo.z, lobe.alpha) * d + view.multiple * kUniformHemispherePdf;
+  value.f =
+      FresnelSchlick(lobe.f0, lobe.f90, Dot(wo, h)) * (d / (1 + view.lambda + GgxLambda(wi.z, lobe.alpha)));
+  value.f += lobe.multiple * Compensation(lobe, view, wi.z, albedo);
+  value.pdf = (1 - view.multiple) * d / (1 + view.lambda) + view.multiple * kUniformHemispherePdf;
   return value;
 }
 
@@ -65,44 +72,36 @@ void FinishLobe(BsdfLobe* lobe) {
   switch (lobe->kind) {
     case LobeKind::kGlossy:
     case LobeKind::kClearcoat: {
-      const GlossyAlbedo average = FindAverageGlossyAlbedo(lobe->alpha);
+      lobe->delta = IsSmooth(lobe->alpha);
+      lobe->albedo = GlossyRow(lobe->alpha);
+      const GlossyAlbedo average = lobe->albedo.Average();
       lobe->lost = 1 - average.Total();
       lobe->multiple = ScatterAgain(Lerp(lobe->f0, lobe->f90, kSchlickAverage), average.Total());
       lobe->layer_rest = 1 - MaxComponent(GlossyTotal(*lobe, average));
       break;
     }
     case LobeKind::kThinDielectric: {
-      lobe->lost = 1 - FindAverageGlossyAlbedo(lobe->alpha).Total();
+      lobe->delta = IsSmooth(lobe->alpha);
+      lobe->albedo = GlossyRow(lobe->alpha);
+      lobe->lost = 1 - lobe->albedo.Average().Total();
       lobe->multiple = Lerp(lobe->f0, lobe->f90, kSchlickAverage);
       lobe->multiple_pass = lobe->tint * (1 - MaxComponent(lobe->multiple));
       break;
     }
+    case LobeKind::kDielectric:
+      lobe->delta = IsSmoothDielectric(*lobe);
+      break;
     default:
       break;
   }
 }
 
-bool IsDelta(const BsdfLobe& lobe) {
-  switch (lobe.kind) {
-    case LobeKind::kGlossy:
-    case LobeKind::kClearcoat:
-    case LobeKind::kThinDielectric:
-      return IsSmooth(lobe.alpha);
-    case LobeKind::kDielectric:
-      return IsSmoothDielectric(lobe);
-    default:
-      return false;
-  }
-}
-
-float LayerRest(const BsdfLobe& layer, float cosine) {
-  return 1 - MaxComponent(GlossyTotal(layer, FindGlossyAlbedo(cosine, layer.alpha)));
+float LayerRest(const BsdfLobe& layer, GlossyAlbedo albedo) {
+  return 1 - MaxComponent(GlossyTotal(layer, albedo));
 }
 
 float MultipleScattering(const BsdfLobe& lobe, const LobeView& view, float cos_i) {
-  if (lobe.lost < 1e-6f) return 0;
-  const float lost_i = 1 - FindGlossyAlbedo(cos_i, lobe.alpha).Total();
-  return view.lost * lost_i / (kPi * lobe.lost) * cos_i;
+  return Compensation(lobe, view, cos_i, lobe.albedo.At(cos_i));
 }
 
 LobeView LookAtLobe(const BsdfLobe& lobe, Vec3 wo) {
@@ -118,12 +117,15 @@ LobeView LookAtLobe(const BsdfLobe& lobe, Vec3 wo) {
     case LobeKind::kGlossy: {
       // A coat is on the outside; from within nothing is seen of it.
       if (lobe.kind == LobeKind::kClearcoat && view.inside) break;
-      const GlossyAlbedo albedo = FindGlossyAlbedo(view.wo.z, lobe.alpha);
+      if (!lobe.delta) view.lambda = GgxLambda(view.wo.z, lobe.alpha);
+      const GlossyAlbedo albedo = lobe.albedo.At(view.wo.z);
       view.lost = 1 - albedo.Total();
       view.albedo = GlossyTotal(lobe, albedo);
       const float total = Mean(view.albedo);
       if (total > 0 && lobe.lost >= 1e-6f) view.multiple = Mean(lobe.multiple) * view.lost / total;
-      if (lobe.kind == LobeKind::kClearcoat) view.rest = 1 - lobe.weight * MaxComponent(view.albedo);
+      const float rest = 1 - MaxComponent(view.albedo);
+      if (lobe.is_layer) view.base_rest = rest;
+      if (lobe.kind == LobeKind::kClearcoat) view.rest = 1 - lobe.weight * (1 - rest);
       break;
     }
     case LobeKind::kDielectric:
@@ -142,7 +144,7 @@ LobeView LookAtLobe(const BsdfLobe& lobe, Vec3 wo) {
   return view;
 }
 
-LobeValue EvaluateLobe(const BsdfLobe& lobe, const LobeView& view, Vec3 wi) {
+LobeValue EvaluateLobe(const BsdfLobe& lobe, const LobeView& view, Vec3 wi, GlossyAlbedo albedo) {
   switch (lobe.kind) {
     case LobeKind::kDiffuse:
       return wi.z > 0 ? LobeValue{lobe.tint * (wi.z / kPi), wi.z / kPi} : LobeValue{};
@@ -150,7 +152,7 @@ LobeValue EvaluateLobe(const BsdfLobe& lobe, const LobeView& view, Vec3 wi) {
       return wi.z < 0 ? LobeValue{lobe.tint * (-wi.z / kPi), -wi.z / kPi} : LobeValue{};
     case LobeKind::kGlossy:
     case LobeKind::kClearcoat:
-      return EvaluateGlossy(lobe, view, wi);
+      return EvaluateGlossy(lobe, view, wi, albedo);
     case LobeKind::kDielectric:
       return EvaluateDielectric(lobe, view, wi);
     case LobeKind::kThinDielectric:

@@ -3,11 +3,10 @@
 
 #include <cstdint>
 
+#include "engine/render/bsdf_albedo.h"
 #include "engine/utilities/math.h"
 
 namespace kiln::engine::render {
-
-class DielectricTable;
 
 enum class LobeKind : uint8_t {
   kDiffuse,
@@ -24,13 +23,16 @@ struct BsdfLobe {
   float weight = 1;                        // of the lobe as a whole
   float alpha = 0;                         // roughness squared; of a sheen: roughness
   const DielectricTable* glass = nullptr;  // dielectric: index and albedo
-  Color f0, f90;         // glossy, thin: Schlick's Fresnel; dielectric: f0 tints what the outside reflects
-  Color tint;            // reflectance of diffuse, sheen; transmittance of the rest
-  Color multiple;        // glossy, thin: what of the light lost by single scattering is reflected in the end
-  Color multiple_pass;   // thin: what of it passes
-  float lost = 0;        // glossy, thin: average of what single scattering loses
-  float layer_rest = 1;  // specular layer: average of what it leaves to its base
-  int layer = -1;        // diffuse: the lobe that lies above
+  Color f0, f90;          // glossy, thin: Schlick's Fresnel; dielectric: f0 tints what the outside reflects
+  Color tint;             // reflectance of diffuse, sheen; transmittance of the rest
+  Color multiple;         // glossy, thin: what of the light lost by single scattering is reflected in the end
+  Color multiple_pass;    // thin: what of it passes
+  float lost = 0;         // glossy, thin: average of what single scattering loses
+  float layer_rest = 1;   // specular layer: average of what it leaves to its base
+  int layer = -1;         // diffuse: the lobe that lies above
+  bool is_layer = false;  // glossy: some diffuse lobe lies below
+  bool delta = false;
+  GlossyRow albedo;      // glossy, thin
   Vec3 normal{0, 0, 1};  // clearcoat
 };
 
@@ -38,10 +40,12 @@ struct BsdfLobe {
 struct LobeView {
   Vec3 wo;
   bool inside = false;  // mirrored
+  float lambda = 0;     // glossy: Smith's function of wo
   float lost = 0;       // what single scattering loses towards wo
   float multiple = 0;   // probability of sampling the compensation for it
   Color albedo;         // directional albedo, unweighted
-  float rest = 1;       // of a layer: what it leaves to the lobes below
+  float rest = 1;       // of a coat: what it leaves to the lobes below
+  float base_rest = 1;  // of a specular layer: what it leaves to its base
 };
 
 struct LobeValue {
@@ -60,13 +64,15 @@ struct LobeSample {
 float Mean(Color c);
 // Prepare what does not depend on directions: after the colours and alpha are set.
 void FinishLobe(BsdfLobe* lobe);
-bool IsDelta(const BsdfLobe& lobe);
 // `wo` is local to the lobe, z of either sign but not 0.
 LobeView LookAtLobe(const BsdfLobe& lobe, Vec3 wo);
-// What a specular layer leaves to the diffuse lobes below it in direction of the cosine.
-float LayerRest(const BsdfLobe& layer, float cosine);
-// Black for deltas. `wi` is mirrored as the view is.
-LobeValue EvaluateLobe(const BsdfLobe& lobe, const LobeView& view, Vec3 wi);
+// What a specular layer of the albedo leaves to the diffuse lobes below it.
+float LayerRest(const BsdfLobe& layer, GlossyAlbedo albedo);
+inline bool IsGlossy(LobeKind kind) {
+  return kind == LobeKind::kGlossy || kind == LobeKind::kClearcoat;
+}
+// Black for deltas. `wi` is mirrored as the view is; `albedo` is that of a glossy lobe towards wi.
+LobeValue EvaluateLobe(const BsdfLobe& lobe, const LobeView& view, Vec3 wi, GlossyAlbedo albedo);
 // False when the sample leads nowhere.
 bool SampleLobe(const BsdfLobe& lobe, const LobeView& view, float u_choice, Vec2 u, LobeSample* sample);
 

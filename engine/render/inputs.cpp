@@ -5,12 +5,12 @@
 
 namespace kiln::engine::render {
 
-Color ColorInput::Evaluate(const ShadingPoint& point) const {
-  return texture != nullptr ? texture->EvaluateColor(point, output) : constant;
+Color ColorInput::EvaluateTexture(const ShadingPoint& point) const {
+  return texture->EvaluateColor(point, output);
 }
 
-float FloatInput::Evaluate(const ShadingPoint& point) const {
-  return texture != nullptr ? texture->EvaluateFloat(point, output) : constant;
+float FloatInput::EvaluateTexture(const ShadingPoint& point) const {
+  return texture->EvaluateFloat(point, output);
 }
 
 float Inputs::Float(std::string_view property) const {

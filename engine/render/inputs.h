@@ -22,15 +22,25 @@ struct ColorInput {
   Color constant{};
   const Texture* texture = nullptr;
   uint32_t output = 0;
-  Color Evaluate(const ShadingPoint& point) const;
+  Color Evaluate(const ShadingPoint& point) const {
+    return texture == nullptr ? constant : EvaluateTexture(point);
+  }
   bool IsConstant() const { return texture == nullptr; }
+
+ private:
+  Color EvaluateTexture(const ShadingPoint& point) const;
 };
 struct FloatInput {
   float constant = 0;
   const Texture* texture = nullptr;
   uint32_t output = 0;
-  float Evaluate(const ShadingPoint& point) const;
+  float Evaluate(const ShadingPoint& point) const {
+    return texture == nullptr ? constant : EvaluateTexture(point);
+  }
   bool IsConstant() const { return texture == nullptr; }
+
+ private:
+  float EvaluateTexture(const ShadingPoint& point) const;
 };
 
 // One instance, seen by its class's evaluation functions. Property names must be declared by the class; a

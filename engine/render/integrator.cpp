@@ -37,9 +37,9 @@ class Path {
   void GatherBackground();
   void GatherEmission(const SurfacePoint& point, const Hit& hit);
   bool PassesThrough(const SurfacePoint& point);
-  void SampleLight(const SurfacePoint& point, const Bsdf& bsdf, const Sample4& u);
+  void SampleLight(const SurfacePoint& point, const Bsdf& bsdf, const BsdfView& view, const Sample4& u);
   Color Transmittance(Ray ray);
-  bool Scatter(const SurfacePoint& point, const Bsdf& bsdf);
+  bool Scatter(const SurfacePoint& point, const Bsdf& bsdf, const BsdfView& view);
   bool SurvivesRoulette(float u);
   void CrossBoundary(const SurfacePoint& point);
   void Add(Color contribution, bool bounced);
@@ -68,6 +68,7 @@ class Path {
 PathResult Path::Run(const CameraRay& camera) {
   ray_ = {camera.origin, camera.near, camera.direction, camera.far};
   Bsdf bsdf;
+  BsdfView view;
   SurfacePoint point;
   while (true) {
     Hit hit;
@@ -92,11 +93,11 @@ PathResult Path::Run(const CameraRay& camera) {
     if (point.object->emissive) GatherEmission(point, hit);
     if (depth_ >= scene_.settings.max_depth) break;
     point.object->material->Evaluate(point, &bsdf);
-    if (bsdf.empty()) break;
+    if (bsdf.empty() || !bsdf.Look(point.wo, &view)) break;
     const Sample4 u = sampler_.Get(LightGroup(depth_));
     from_ = {point.position, point.backfacing ? -point.normal : point.normal};
-    if (strategy_ != LightStrategy::kScatteringOnly && bsdf.HasNonDelta()) SampleLight(point, bsdf, u);
-    if (!Scatter(point, bsdf) || !SurvivesRoulette(u.w)) break;
+    if (strategy_ != LightStrategy::kScatteringOnly && bsdf.HasNonDelta()) SampleLight(point, bsdf, view, u);
+    if (!Scatter(point, bsdf, view) || !SurvivesRoulette(u.w)) break;
   }
   return result_;
 }
@@ -190,14 +191,14 @@ Color Path::Transmittance(Ray ray) {
   return {};
 }
 
-void Path::SampleLight(const SurfacePoint& point, const Bsdf& bsdf, const Sample4& u) {
+void Path::SampleLight(const SurfacePoint& point, const Bsdf& bsdf, const BsdfView& view, const Sample4& u) {
   float choice = u.x;
   float probability = 0;
   const Light* light = scene_.ChooseLight(&choice, &probability);
   LightSample sample;
   if (light == nullptr || !light->Sample(from_, {u.y, u.z}, &sample)) return;
   float scatter_pdf = 0;
-  const Color f = bsdf.Evaluate(point.wo, sample.wi, &scatter_pdf);
+  const Color f = bsdf.Evaluate(view, sample.wi, &scatter_pdf);
   if (IsBlack(f) || IsBlack(sample.radiance)) return;
   const float light_pdf = probability * sample.pdf;
   float weight = 1;
@@ -210,10 +211,10 @@ void Path::SampleLight(const SurfacePoint& point, const Bsdf& bsdf, const Sample
   if (!IsBlack(contribution)) Add(contribution, depth_ > 0);
 }
 
-bool Path::Scatter(const SurfacePoint& point, const Bsdf& bsdf) {
+bool Path::Scatter(const SurfacePoint& point, const Bsdf& bsdf, const BsdfView& view) {
   const Sample4 u = sampler_.Get(ScatterGroup(depth_));
   BsdfSample sample;
-  if (!bsdf.Sample(point.wo, u.x, {u.y, u.z}, &sample) || IsBlack(sample.weight)) return false;
+  if (!bsdf.Sample(view, u.x, {u.y, u.z}, &sample) || IsBlack(sample.weight)) return false;
   throughput_ *= sample.weight;
   specular_ = (sample.flags & kLobeSpecular) != 0;
   pdf_ = sample.pdf;

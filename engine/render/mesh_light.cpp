@@ -16,9 +16,13 @@ Color SurfaceEmission(const SurfacePoint& point) {
 MeshLight::MeshLight(const RenderScene& scene, const SceneObject& object) : scene_(scene), object_(object) {
   const auto count = static_cast<uint32_t>(object.mesh->triangle_count());
   std::vector<float> weights(count);
+  faces_.resize(count);
   constexpr uint32_t kGrain = 512;
   tbb::parallel_for(tbb::blocked_range<uint32_t>(0, count, kGrain), [&](const auto& range) {
-    for (uint32_t i = range.begin(); i != range.end(); ++i) weights[i] = EstimatePower(i);
+    for (uint32_t i = range.begin(); i != range.end(); ++i) {
+      faces_[i] = MakeFace(i);
+      weights[i] = EstimatePower(i);
+    }
   });
   double total = 0;
   for (const float weight : weights) total += weight;
@@ -27,8 +31,7 @@ MeshLight::MeshLight(const RenderScene& scene, const SceneObject& object) : scen
 }
 
 float MeshLight::EstimatePower(uint32_t triangle) const {
-  Vec3 normal;
-  const float area = Area(triangle, &normal);
+  const auto [normal, area] = faces_[triangle];
   if (!(area > 0)) return 0;
   constexpr Vec2 kProbes[] = {{1.0f / 3, 1.0f / 3}, {0.6f, 0.2f}, {0.2f, 0.6f}, {0.2f, 0.2f}};
   float radiance = 0;
@@ -42,14 +45,13 @@ float MeshLight::EstimatePower(uint32_t triangle) const {
   return std::isfinite(power) ? power : 0;
 }
 
-float MeshLight::Area(uint32_t triangle, Vec3* normal) const {
+MeshLight::Face MeshLight::MakeFace(uint32_t triangle) const {
   Vec3 p[3];
   object_.mesh->Corners(triangle, p);
   const Matrix& m = object_.transform.matrix;
   const Vec3 n = Cross(m * (p[1] - p[0]), m * (p[2] - p[0]));
   const float length = Length(n);
-  if (normal != nullptr) *normal = length > 0 ? n / length : Vec3{0, 0, 1};
-  return 0.5f * length;
+  return {length > 0 ? n / length : Vec3{0, 0, 1}, 0.5f * length};
 }
 
 Color MeshLight::Emission(uint32_t triangle, Vec2 barycentric, Vec3 wo, SurfacePoint* point) const {
@@ -81,8 +83,7 @@ bool MeshLight::Sample(const LightContext& at, Vec2 u, LightSample* sample) cons
 }
 
 float MeshLight::PdfOfHit(uint32_t triangle, float distance, Vec3 wi) const {
-  Vec3 normal;
-  const float area = Area(triangle, &normal);
+  const auto& [normal, area] = faces_[triangle];
   const float cosine = std::abs(Dot(wi, normal));
   if (!(area > 0) || cosine < 1e-7f) return 0;
   return choice_.Probability(triangle) * distance * distance / (area * cosine);

@@ -21,14 +21,19 @@ class MeshLight : public Light {
  private:
   // What a triangle emits, from a few probes of its emission on both sides.
   float EstimatePower(uint32_t triangle) const;
-  // The world-space area of a triangle, with its unit normal on request.
-  float Area(uint32_t triangle, Vec3* normal) const;
+  struct Face {
+    Vec3 normal;  // unit
+    float area;
+  };
+  // A triangle in world space.
+  Face MakeFace(uint32_t triangle) const;
   // What the object emits at a place towards `wo`.
   Color Emission(uint32_t triangle, Vec2 barycentric, Vec3 wo, SurfacePoint* point) const;
 
   const RenderScene& scene_;
   const SceneObject& object_;
   AliasTable choice_;
+  std::vector<Face> faces_;
   float power_ = 0;
 };
 

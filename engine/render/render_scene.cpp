@@ -104,6 +104,7 @@ void RenderScene::BuildTopLevel(RTCDevice device) {
     object.area_scale = std::cbrt(std::abs(Determinant(m)));
     object.opaque = object.material->IsOpaque();
     object.emissive = object.material->IsEmissive();
+    object.reads_tangent = object.material->ReadsTangent();
     object.has_volume = !(object.material->Attenuation(1.0f) == Color{1, 1, 1});
     all_opaque_ = all_opaque_ && object.opaque;
 
@@ -205,15 +206,18 @@ void RenderScene::MakeSurfacePoint(const Hit& hit, Vec3 direction, float spread,
     const Vec3 c = mesh.uv(0).At(hit.triangle, 2);
     const Vec2 uv_edges[2] = {{b.x - a.x, b.y - a.y}, {c.x - a.x, c.y - a.y}};
     point->uv[0] = Vec2{a.x, a.y} + uv_edges[0] * u + uv_edges[1] * v;
-    const Vec3 edges[2] = {object.transform.matrix * (p[1] - p[0]), object.transform.matrix * (p[2] - p[0])};
-    MakeTangent(object, hit.triangle, u, v, edges, uv_edges, point);
+    if (object.reads_tangent) {
+      const Vec3 edges[2] = {object.transform.matrix * (p[1] - p[0]),
+                             object.transform.matrix * (p[2] - p[0])};
+      MakeTangent(object, hit.triangle, u, v, edges, uv_edges, point);
+    }
     const float uv_area = std::abs(uv_edges[0].x * uv_edges[1].y - uv_edges[0].y * uv_edges[1].x);
     const float area = Length(local_normal) * object.area_scale * object.area_scale;
     point->uv_per_pixel = area > 0 ? std::sqrt(uv_area / area) * spread * travelled : 0;
   } else {
     point->uv[0] = {};
     point->uv_per_pixel = 0;
-    MakeTangent(object, hit.triangle, u, v, nullptr, nullptr, point);
+    if (object.reads_tangent) MakeTangent(object, hit.triangle, u, v, nullptr, nullptr, point);
   }
   if (mesh.uv(1)) {
     const Vec3 second = Interpolate(mesh.uv(1), hit.triangle, u, v);

@@ -64,6 +64,7 @@ struct SceneObject {
   bool opaque = true;
   bool emissive = false;
   bool has_volume = false;
+  bool reads_tangent = true;
   bool visible_to_camera = true;
 };
 

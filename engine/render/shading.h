@@ -16,7 +16,7 @@ struct ShadingPoint {
   Vec3 position;
   Vec3 geometric_normal;  // of the triangle, on the side of its winding
   Vec3 normal;            // interpolated, in the hemisphere of geometric_normal
-  Vec3 tangent{1, 0, 0};  // along u of uv set 0
+  Vec3 tangent{1, 0, 0};  // along u of uv set 0, where the material reads it
   float tangent_sign = 1;  // bitangent = sign * cross(normal, tangent)
   Vec3 wo;
   Vec2 uv[kMaxUvSets];
@@ -46,6 +46,8 @@ class Material {
   // Coverage in 0..1: the ray goes straight on with probability 1 - opacity.
   virtual float Opacity(const ShadingPoint&) const { return 1; }
   virtual bool IsOpaque() const { return true; }
+  // Whether anything of it reads the tangent of a point, which is not made otherwise.
+  virtual bool ReadsTangent() const { return true; }
   // Emitted radiance towards point.wo, W/(m^2 sr) per channel.
   virtual Color Emission(const ShadingPoint&) const { return {}; }
   // Whether Emission can be other than black anywhere: such meshes become area lights.

@@ -73,6 +73,7 @@ class PrincipledMaterial : public render::Material {
     return alpha;
   }
   bool IsOpaque() const override { return alpha_mode == AlphaMode::kOpaque; }
+  bool ReadsTangent() const override { return normal_map != nullptr || clearcoat_normal_map != nullptr; }
 
   Color Emission(const ShadingPoint& point) const override {
     if (!IsEmissive() || (point.backfacing && !double_sided)) return {};
