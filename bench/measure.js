@@ -54,12 +54,36 @@ function compare(work, limit, { pairs = 25, microseconds = 3000 } = {}) {
   return { ratio: summary(ratios), work: summary(times.work).median, limit: summary(times.limit).median };
 }
 
-/** Prints one line of a comparison: the ratio with its quartiles, what it means, and both absolute medians. */
-function report(name, against, { ratio, work, limit }, unit = 'us') {
-  const spread = `${ratio.low.toFixed(2)} to ${ratio.high.toFixed(2)}`;
+/** The comparison of numbers that were measured in turns: limits has one more, so that each of works stands between two. */
+function paired(works, limits) {
+  const ratios = works.map((work, i) => work / ((limits[i] + limits[i + 1]) / 2));
+  return { ratio: summary(ratios), work: summary(works).median, limit: summary(limits).median };
+}
+
+function verdict(ratio, bound) {
+  if (bound === undefined) return 'no limit';
+  if (bound.atMost !== undefined) return `limit ${bound.atMost}: ${ratio <= bound.atMost ? 'pass' : 'FAIL'}`;
+  return `limit at least ${bound.atLeast}: ${ratio >= bound.atLeast ? 'pass' : 'FAIL'}`;
+}
+
+/**
+ * Prints one line of a comparison: the median ratio with its quartiles, both absolute medians, the limit of the ratio
+ * ({atMost} or {atLeast}, or none), whether it is kept, and the load.
+ */
+function report(name, against, { ratio, work, limit }, bound, unit = 'us') {
+  const measured = [ratio.median, ratio.low, ratio.high, work, limit];
+  if (!measured.every((number) => Number.isFinite(number) && number > 0)) throw new Error(`${name}: nothing was measured`);
+  const spread = `${ratio.low.toPrecision(3)} to ${ratio.high.toPrecision(3)}`;
   process.stdout.write(
-    `${name}: ${ratio.median.toFixed(2)} times ${against} (${spread}); ${work.toPrecision(3)} and ${limit.toPrecision(3)} ${unit}, load ${os.loadavg()[0].toFixed(1)}\n`
+    `${name}: ${ratio.median.toPrecision(3)} times ${against} (quartiles ${spread}); ${work.toPrecision(3)} and ` +
+      `${limit.toPrecision(3)} ${unit}; ${verdict(ratio.median, bound)}; load ${os.loadavg()[0].toFixed(1)}\n`
   );
 }
 
-module.exports = { compare, report, summary };
+/** Prints one line of a plain figure. */
+function reportFigure(name, figure, unit, bound) {
+  if (!Number.isFinite(figure)) throw new Error(`${name}: nothing was measured`);
+  process.stdout.write(`${name}: ${figure.toPrecision(3)} ${unit}; ${verdict(figure, bound)}; load ${os.loadavg()[0].toFixed(1)}\n`);
+}
+
+module.exports = { compare, paired, report, reportFigure, summary };

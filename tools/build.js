@@ -1,7 +1,7 @@
 #!/usr/bin/env node
 // Configures with CMake and builds with Ninja; quick when nothing changed.
 // Usage: node tools/build.js [--preset NAME] [--node VERSION] [target ...]
-//   --preset  release (the default), address-undefined or thread, from CMakePresets.json
+//   --preset  release (the default), bench, address-undefined or thread, from CMakePresets.json
 //   --node    builds the add-on alone for that version of Node.js, to build/node-<major>
 'use strict';
 
@@ -48,7 +48,7 @@ function build({ preset = 'release', node = null, targets = [] } = {}) {
   const major = node && node.split('.')[0];
   const folder = path.join(ROOT, 'build', 'cmake', node ? `node-${major}` : preset);
   const args = ['--preset', preset, `-DKILN_NODE_INCLUDE=${include}`];
-  let output = path.join(ROOT, 'build', { release: 'Release', 'address-undefined': 'sanitize-address', thread: 'sanitize-thread' }[preset]);
+  let output = path.join(ROOT, 'build', { release: 'Release', bench: 'bench', 'address-undefined': 'sanitize-address', thread: 'sanitize-thread' }[preset]);
   if (node) {
     output = path.join(ROOT, 'build', `node-${major}`);
     args.push('-B', folder, `-DKILN_OUTPUT_DIR=${output}`, '-DKILN_ENGINE=OFF');

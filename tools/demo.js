@@ -22,13 +22,18 @@ function arrange(studio) {
   studio.addDirectionalLight('Edge', { from: [-8, 20, 6], to: [0, 0, 0], color: [1, 0.97, 0.92], intensity: 0.25 });
 }
 
+/** Writes the scene of the demo into the folder; returns its path. */
+function writeDemoScene(folder) {
+  if (!fs.existsSync(MODEL)) throw new Error(`The model ${MODEL} does not exist: install the Debian package assimp-testmodels.`);
+  return writeStudio(MODEL, folder, arrange);
+}
+
 function main() {
   const failure = setup(['build', 'engine', 'test']);
   if (failure) throw new Error(failure);
   process.stdout.write('Building (the first time takes some minutes) ...\n');
   build({ targets: ['Kiln', 'KilnSDKLibrary'] });
-  if (!fs.existsSync(MODEL)) throw new Error(`The model ${MODEL} does not exist: install the Debian package assimp-testmodels.`);
-  const scene = writeStudio(MODEL, path.join(ROOT, 'out', 'demo'), arrange);
+  const scene = writeDemoScene(path.join(ROOT, 'out', 'demo'));
   const output = path.join(ROOT, 'out', 'demo.png');
   const size = process.env.KILN_DEMO_SIZE || '960x640';
   const samples = process.env.KILN_DEMO_SAMPLES || '64';
@@ -37,9 +42,13 @@ function main() {
   if (result.status !== 0) throw new Error('The demo did not render: see the message above.');
 }
 
-try {
-  main();
-} catch (error) {
-  process.stderr.write(`${error.message}\n`);
-  process.exitCode = 1;
+module.exports = { writeDemoScene };
+
+if (require.main === module) {
+  try {
+    main();
+  } catch (error) {
+    process.stderr.write(`${error.message}\n`);
+    process.exitCode = 1;
+  }
 }
