@@ -81,8 +81,8 @@ test('its name is that which the SDK gave', () => {
 
 test('a call makes a plugin', () => {
   const name = entry('newPlugin');
-  for (const [args, passed] of [[[], null], [['lamp'], 'lamp'], [['lamp', 5], 'lamp'], [[5], '5'], [[undefined], 'undefined'],
-    [[null], 'null'], [['größe@|_'], 'größe@|_'], [[''], '']]) {
+  for (const [args, passed] of [[[], null], [['lamp'], 'lamp'], [['lamp', 5], 'lamp'], [[5], '5'],
+    [[undefined], 'undefined'], [[null], 'null'], [['größe@|_'], 'größe@|_'], [[''], '']]) {
     const id = newId();
     recorder.once(name, {result: 0, out: {plugin: id}});
     const plugin = some(...args);

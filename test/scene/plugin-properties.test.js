@@ -4,8 +4,8 @@
 const test = require('node:test');
 const assert = require('assert');
 const {
-  kiln, recorder, entry, READ, open, newId, pluginOf, refOf, call, answerValue, assertNothingHeld, closeAtEnd, encodeStream,
-  collect,
+  kiln, recorder, entry, READ, open, newId, pluginOf, refOf, call, answerValue, assertNothingHeld, closeAtEnd,
+  encodeStream, collect,
 } = require('./common');
 const {decodeStream} = require('../helpers');
 
@@ -79,7 +79,8 @@ test('symbols and indices: symbols never reach the SDK, indices neither', () => 
 });
 
 test('keys of every length and alphabet, more than any table holds, reach the SDK as they are', () => {
-  const keys = ['', 'a', 'größe', '日本語', '😀', 'x'.repeat(127), 'x'.repeat(128), 'x'.repeat(129), 'y'.repeat(5000),
+  const keys = ['', 'a', 'größe', '日本語', '😀', 'x'.repeat(127), 'x'.repeat(128),
+    'x'.repeat(129), 'y'.repeat(5000),
     '__proto__', 'constructor'];
   for (let i = 0; i < 5000; ++i) keys.push(`key${i}`);
   for (const key of [...keys, ...keys.slice(0, 50)]) {

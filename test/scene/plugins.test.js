@@ -4,7 +4,7 @@
 const test = require('node:test');
 const assert = require('assert');
 const {
-  kiln, recorder, entry, open, newId, pluginOf, refOf, call, assertNothingHeld, closeAtEnd, collect, attributesOf, HIDDEN,
+  kiln, recorder, entry, open, newId, pluginOf, refOf, call, assertNothingHeld, closeAtEnd, collect, attributesOf,
 } = require('./common');
 
 const NONE = 2n ** 64n - 1n;
@@ -259,7 +259,8 @@ test('an abandoned walk gives its block back when it is collected', async () => 
 test('foreign receivers are refused', () => {
   answerIds([]);
   const iterator = plugins[Symbol.iterator]();
-  for (const receiver of [{}, null, undefined, 5, renderer, renderer.classes, plugins, Buffer.alloc(8), new Uint8Array(4),
+  for (const receiver of [{}, null, undefined, 5, renderer, renderer.classes, plugins, Buffer.alloc(8),
+    new Uint8Array(4),
     new Proxy(plugins, {}), Object.create(plugins), pluginOf(renderer)]) {
     if (receiver !== plugins) assert.throws(() => plugins[Symbol.iterator].call(receiver), TypeError);
     assert.throws(() => iterator.next.call(receiver), TypeError);
