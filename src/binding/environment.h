@@ -68,6 +68,8 @@ class Environment : public ModuleContext {
   v8::Global<v8::Object> pristine_values[5];
   // The same for a Plugin and a PluginRef.
   v8::Global<v8::Object> pristine_plugins[2];
+  // And for the steps of iterators: {value: undefined, done: false}.
+  v8::Global<v8::Object> pristine_step;
 
   // The keys of plugin properties, and the names of plugin classes, which Class objects point to.
   NameCache property_names;

@@ -7,29 +7,30 @@ namespace KilnNodeWrapper {
 namespace {
 
 constexpr size_t kFirstBuckets = 16;
-constexpr size_t kFirstChunk = 16;
-constexpr size_t kLargestChunk = 1024;
 
 // IDs may be addresses or counters: their low bits alone would make long runs.
-size_t Mix(KilnPluginId id) {
+uint32_t Mix(KilnPluginId id) {
   id ^= id >> 32;
   id *= UINT64_C(0x9E3779B97F4A7C15);
-  return static_cast<size_t>(id ^ (id >> 29));
+  return static_cast<uint32_t>(id >> 32);
 }
 
 }  // namespace
 
-size_t PluginCache::BucketOf(KilnPluginId id) const {
+size_t PluginCache::BucketOf(KilnPluginId id, uint32_t hash) const {
   const size_t mask = buckets_.size() - 1;
-  size_t i = Mix(id) & mask;
-  while (buckets_[i].first && buckets_[i].id != id) i = (i + 1) & mask;
+  size_t i = hash & mask;
+  while (buckets_[i].slot != 0 && (buckets_[i].hash != hash || At(buckets_[i].slot).id != id))
+    i = (i + 1) & mask;
   return i;
 }
 
 v8::Local<v8::Object> PluginCache::Find(v8::Isolate* isolate, KilnPluginId id, uint32_t output) const {
   if (buckets_.empty()) return {};
-  for (const Slot* slot = buckets_[BucketOf(id)].first; slot; slot = slot->next) {
-    if (slot->output == output) return slot->object.Get(isolate);
+  for (uint32_t number = buckets_[BucketOf(id, Mix(id))].slot; number != 0;) {
+    const Slot& slot = At(number);
+    if (slot.output == output) return slot.object.Get(isolate);
+    number = slot.next;
   }
   return {};
 }
@@ -37,46 +38,50 @@ v8::Local<v8::Object> PluginCache::Find(v8::Isolate* isolate, KilnPluginId id, u
 void PluginCache::Insert(v8::Isolate* isolate, KilnPluginId id, uint32_t output,
                          v8::Local<v8::Object> object) {
   if (used_buckets_ + 1 > buckets_.size() / 4 * 3) Grow();
-  Slot* slot = NewSlot();
-  slot->id = id;
-  slot->output = output;
-  slot->object.Reset(isolate, object);
-  slot->object.SetWeak(slot, OnCollected, v8::WeakCallbackType::kParameter);
-  Bucket& bucket = buckets_[BucketOf(id)];
-  if (!bucket.first) used_buckets_++;
-  bucket.id = id;
-  slot->next = bucket.first;
-  bucket.first = slot;
+  const uint32_t hash = Mix(id);
+  const uint32_t number = NewSlot();
+  Slot& slot = At(number);
+  slot.id = id;
+  slot.output = output;
+  slot.object.Reset(isolate, object);
+  slot.object.SetWeak(&slot, OnCollected, v8::WeakCallbackType::kParameter);
+  Bucket& bucket = buckets_[BucketOf(id, hash)];
+  if (bucket.slot == 0) used_buckets_++;
+  slot.next = bucket.slot;
+  bucket = {hash, number};
   count_++;
 }
 
 void PluginCache::Erase(KilnPluginId id) {
   if (buckets_.empty()) return;
-  const size_t i = BucketOf(id);
-  Slot* slot = buckets_[i].first;
-  if (!slot) return;
+  const size_t i = BucketOf(id, Mix(id));
+  uint32_t number = buckets_[i].slot;
+  if (number == 0) return;
   EraseBucket(i);
-  while (slot) {
-    Slot* next = slot->next;
-    Free(slot);
-    slot = next;
+  while (number != 0) {
+    const uint32_t next = At(number).next;
+    Free(number);
+    number = next;
   }
 }
 
 void PluginCache::Clear() {
-  buckets_.clear();
-  buckets_.shrink_to_fit();
+  std::vector<Bucket>().swap(buckets_);
   chunks_.clear();
   used_buckets_ = 0;
   count_ = 0;
-  free_ = nullptr;
+  free_ = 0;
 }
 
 void PluginCache::Grow() {
   std::vector<Bucket> old(std::max(kFirstBuckets, 2 * buckets_.size()));
   old.swap(buckets_);
+  const size_t mask = buckets_.size() - 1;
   for (const Bucket& bucket : old) {
-    if (bucket.first) buckets_[BucketOf(bucket.id)] = bucket;
+    if (bucket.slot == 0) continue;
+    size_t i = bucket.hash & mask;
+    while (buckets_[i].slot != 0) i = (i + 1) & mask;
+    buckets_[i] = bucket;
   }
 }
 
@@ -84,8 +89,8 @@ void PluginCache::Grow() {
 // something erased.
 void PluginCache::EraseBucket(size_t hole) {
   const size_t mask = buckets_.size() - 1;
-  for (size_t i = (hole + 1) & mask; buckets_[i].first; i = (i + 1) & mask) {
-    const size_t home = Mix(buckets_[i].id) & mask;
+  for (size_t i = (hole + 1) & mask; buckets_[i].slot != 0; i = (i + 1) & mask) {
+    const size_t home = buckets_[i].hash & mask;
     if (((i - home) & mask) < ((i - hole) & mask)) continue;
     buckets_[hole] = buckets_[i];
     hole = i;
@@ -95,34 +100,35 @@ void PluginCache::EraseBucket(size_t hole) {
 }
 
 void PluginCache::Erase(Slot* slot) {
-  const size_t i = BucketOf(slot->id);
-  Slot** link = &buckets_[i].first;
-  while (*link != slot) link = &(*link)->next;
+  const size_t i = BucketOf(slot->id, Mix(slot->id));
+  uint32_t* link = &buckets_[i].slot;
+  while (&At(*link) != slot) link = &At(*link).next;
+  const uint32_t number = *link;
   *link = slot->next;
-  if (!buckets_[i].first) EraseBucket(i);
-  Free(slot);
+  if (buckets_[i].slot == 0) EraseBucket(i);
+  Free(number);
 }
 
-PluginCache::Slot* PluginCache::NewSlot() {
-  if (!free_) {
-    const size_t size = std::min(kLargestChunk, kFirstChunk << std::min<size_t>(chunks_.size(), 6));
-    chunks_.push_back(std::make_unique<Slot[]>(size));
-    for (size_t i = 0; i < size; i++) {
-      Slot& slot = chunks_.back()[i];
-      slot.owner = this;
-      slot.next = free_;
-      free_ = &slot;
+uint32_t PluginCache::NewSlot() {
+  if (free_ == 0) {
+    const auto first = static_cast<uint32_t>(chunks_.size() * kChunk + 1);
+    chunks_.push_back(std::make_unique<Slot[]>(kChunk));
+    for (uint32_t number = first + kChunk; number-- > first;) {
+      At(number).owner = this;
+      At(number).next = free_;
+      free_ = number;
     }
   }
-  Slot* slot = free_;
-  free_ = slot->next;
-  return slot;
+  const uint32_t number = free_;
+  free_ = At(number).next;
+  return number;
 }
 
-void PluginCache::Free(Slot* slot) {
-  slot->object.Reset();
-  slot->next = free_;
-  free_ = slot;
+void PluginCache::Free(uint32_t number) {
+  Slot& slot = At(number);
+  slot.object.Reset();
+  slot.next = free_;
+  free_ = number;
   if (--count_ == 0) Clear();
 }
 

@@ -32,32 +32,36 @@ class PluginCache {
   bool empty() const { return count_ == 0; }
 
  private:
+  // 32 bytes, so that a million held plugins stay small.
   struct Slot {
     v8::Global<v8::Object> object;  // empty in a free slot
     KilnPluginId id = 0;
     PluginCache* owner = nullptr;
-    Slot* next = nullptr;  // of the same ID, or free
+    uint32_t next = 0;  // of the same ID, or free; a number as in Bucket
     uint32_t output = 0;
   };
   struct Bucket {
-    KilnPluginId id = 0;
-    Slot* first = nullptr;  // null: free
+    uint32_t hash = 0;
+    uint32_t slot = 0;  // its number from 1 on; 0: the bucket is free
   };
 
   static void OnCollected(const v8::WeakCallbackInfo<Slot>& info);
+  Slot& At(uint32_t number) const { return chunks_[(number - 1) / kChunk][(number - 1) % kChunk]; }
   // The bucket of an ID, or the free one where it would stand. There is always a free one.
-  size_t BucketOf(KilnPluginId id) const;
+  size_t BucketOf(KilnPluginId id, uint32_t hash) const;
   void Grow();
   void EraseBucket(size_t hole);
   void Erase(Slot* slot);
-  Slot* NewSlot();
-  void Free(Slot* slot);
+  uint32_t NewSlot();
+  void Free(uint32_t number);
+
+  static constexpr uint32_t kChunk = 256;
 
   std::vector<Bucket> buckets_;  // a power of two, or none
   size_t used_buckets_ = 0;
   size_t count_ = 0;
   std::vector<std::unique_ptr<Slot[]>> chunks_;
-  Slot* free_ = nullptr;
+  uint32_t free_ = 0;
 };
 
 }  // namespace KilnNodeWrapper

@@ -48,7 +48,7 @@ int32_t InspectDepth(const Arguments& info);
 void ReturnText(const Arguments& info, const char* text);
 void ReturnText(const Arguments& info, const std::string& text);
 
-// The handler of a class of named properties, which sees string keys only; null callbacks are allowed.
+// The handler of objects whose named properties are read and listed, nothing else. It sees string keys only.
 template <compat::NamedGetter kGetter, compat::NamedEnumerator kEnumerator>
 v8::NamedPropertyHandlerConfiguration ReadOnlyNames(v8::Local<v8::External> external) {
   // By name: newer V8 has the constructor explicit.

@@ -75,12 +75,23 @@ void ReleaseSnapshot(v8::Local<v8::Object> iterator) {
 
 void ReturnStep(const Arguments& info, v8::MaybeLocal<v8::Value> maybe_value) {
   v8::Isolate* isolate = info.GetIsolate();
-  v8::Local<v8::Object> step = v8::Object::New(isolate);
   v8::Local<v8::Value> value;
-  const bool has_value = maybe_value.ToLocal(&value);
-  if (has_value) defineValue(isolate, step, "value", value, v8::None);
-  defineValue(isolate, step, "done", v8::Boolean::New(isolate, !has_value), v8::None);
-  info.GetReturnValue().Set(step);
+  if (!maybe_value.ToLocal(&value)) {
+    v8::Local<v8::Object> end = v8::Object::New(isolate);
+    defineValue(isolate, end, "done", v8::True(isolate), v8::None);
+    return info.GetReturnValue().Set(end);
+  }
+  v8::Global<v8::Object>& pristine = EnvironmentOf(info).pristine_step;
+  if (pristine.IsEmpty()) {
+    v8::Local<v8::Object> first = v8::Object::New(isolate);
+    defineValue(isolate, first, "value", v8::Undefined(isolate), v8::None);
+    defineValue(isolate, first, "done", v8::False(isolate), v8::None);
+    pristine.Reset(isolate, first);
+  }
+  v8::Local<v8::Object> step = compat::Clone(isolate, pristine.Get(isolate));
+  v8::Local<v8::String> key =
+      v8::String::NewFromUtf8Literal(isolate, "value", v8::NewStringType::kInternalized);
+  if (step->Set(isolate->GetCurrentContext(), key, value).FromMaybe(false)) info.GetReturnValue().Set(step);
 }
 
 bool DefineValues(Environment& environment, v8::Local<v8::Object> collection, v8::FunctionCallback values) {
