@@ -128,6 +128,9 @@ NODE_MODULE_INIT(/* exports, module, context */) {
   v8::Context::Scope context_scope(context);
   KilnNodeWrapper::SdkAfterLoad = KilnNodeWrapper::WakePortsAtExit;
   KilnNodeWrapper::FindLibrary();
+  // On every entry, whatever other environments hold: a host that loads the add-on again starts afresh.
+  KilnNodeWrapper::liveObjectCounter = 0;
+  KilnNodeWrapper::frameBufferEnabled = true;
   KilnNodeWrapper::FillExports(isolate, *KilnNodeWrapper::Environment::Create(isolate),
                                exports.As<v8::Object>());
 }

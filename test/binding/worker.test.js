@@ -6,7 +6,7 @@ const test = require('node:test');
 const assert = require('assert');
 const path = require('path');
 const {Worker} = require('worker_threads');
-const {until, sleep} = require('../helpers');
+const {until, sleep, runChild} = require('../helpers');
 const {kiln, recorder, entry, setter, open, turn, collected, isEmpty} = require('../renderer/common');
 
 const ROUNDS = 100;
@@ -211,14 +211,25 @@ test('ends naturally behind a close', async () => {
   await quiet();
 });
 
-test('a worker\'s load of the add-on leaves the counters of others alone', async () => {
-  const renderer = open();
-  const {worker} = await begin(({ready}) => ready());
-  assert.throws(() => kiln.setSDKLibraryPath(recorder.paths.recorderDir),
-    {message: 'Cannot set a new path now. SDKLibrary is currently being used.'});
-  await worker.terminate();
-  renderer.close();
-  kiln.setSDKLibraryPath(recorder.paths.recorderDir);
+test('another load of the add-on starts the counters afresh, and keeps the library', async () => {
+  const child = await runChild(async (helpers) => {
+    const {Worker} = require('worker_threads');
+    const kiln = helpers.loadNative();
+    const renderer = new kiln.KilnRenderer({enableFrameBuffer: false});
+    try {
+      kiln.setSDKLibraryPath(helpers.paths.recorderDir);
+    } catch (error) {
+      console.log(error.message);
+    }
+    const loads = helpers.recorder.count('Kiln_incrementModuleReferenceCounter');
+    const worker = new Worker(`require(${JSON.stringify(helpers.paths.native)})`, {eval: true});
+    await new Promise((resolve) => worker.on('exit', resolve));
+    console.log(helpers.recorder.count('Kiln_incrementModuleReferenceCounter') - loads);
+    console.log(kiln.setSDKLibraryPath(helpers.paths.recorderDir));
+    renderer.close();
+  });
+  assert.deepStrictEqual(child.stdout.trim().split('\n'),
+    ['Cannot set a new path now. SDKLibrary is currently being used.', '0', 'true'], child.stderr);
 });
 
 test('two environments share the SDK, and each gets its own events', async () => {
