@@ -105,6 +105,32 @@ void Bsdf::AddSheen(Color color, float roughness) {
   FinishLobe(lobe);
 }
 
+bool Bsdf::Refracts() const {
+  return std::any_of(lobes_, lobes_ + count_,
+                     [](const BsdfLobe& lobe) { return lobe.kind == LobeKind::kDielectric; });
+}
+
+void Bsdf::Append(const Bsdf& other, float share) {
+  if (!(share > 0)) return;
+  const int first = count_;
+  const int first_group = count_ > 0 ? lobes_[count_ - 1].group + 1 : 0;
+  for (int i = 0; i < other.count_ && count_ < kMaxLobes; ++i) {
+    BsdfLobe& lobe = lobes_[count_++];
+    lobe = other.lobes_[i];
+    lobe.share *= share;
+    lobe.group += first_group;
+    // A layer that found no room dims nothing.
+    if (lobe.layer >= 0) lobe.layer = lobe.layer + first < kMaxLobes ? lobe.layer + first : -1;
+  }
+}
+
+void Bsdf::Mix(const Bsdf& a, const Bsdf& b, float amount) {
+  const Bsdf& leading = b.Refracts() && !a.Refracts() ? b : a;
+  Begin(leading.frame_, leading.geometric_normal_);
+  Append(a, 1 - amount);
+  Append(b, amount);
+}
+
 bool Bsdf::Look(Vec3 wo, BsdfView* view) const {
   const Vec3 local = frame_.ToLocal(wo);
   const float side = Dot(wo, geometric_normal_);
@@ -121,7 +147,8 @@ bool Bsdf::Look(Vec3 wo, BsdfView* view) const {
       if (!view->outside || lobe_wo.z <= 0) lobe_wo.z = -std::max(1e-6f, std::abs(lobe_wo.z));
     }
     view->lobes[i] = LookAtLobe(lobe, lobe_wo);
-    view->scale[i] = lobe.weight * above;
+    if (i + 1 < count_ && lobes_[i + 1].group != lobe.group) above = 1;
+    view->scale[i] = lobe.weight * lobe.share * above;
     above *= view->lobes[i].rest;
   }
   float total = 0;

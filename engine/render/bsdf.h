@@ -39,7 +39,7 @@ struct BsdfView;
 // dim what lies below by the albedo that they have towards wo only, which keeps the sum exact for any base.
 class Bsdf {
  public:
-  static constexpr int kMaxLobes = 6;
+  static constexpr int kMaxLobes = 8;
 
   // `shading` is the frame the lobes live in (normal mapped), its normal in the hemisphere of
   // `geometric_normal`, which decides reflection from transmission: a direction that the two normals see on
@@ -65,6 +65,10 @@ class Bsdf {
   // Charlie sheen on the outside, over all that was added before.
   void AddSheen(Color color, float roughness);
 
+  // Begins anew with two closures of one point side by side, `amount` of b and the rest of a; neither's
+  // layers dim the other. The frame is that of a, or of b when only b refracts. Neither is this closure.
+  void Mix(const Bsdf& a, const Bsdf& b, float amount);
+
   bool empty() const { return count_ == 0; }
   // f * |cos(wi)|, and the density with which Sample makes wi when `pdf` is given.
   Color Evaluate(Vec3 wo, Vec3 wi, float* pdf = nullptr) const;
@@ -81,6 +85,8 @@ class Bsdf {
 
  private:
   BsdfLobe* Add(LobeKind kind, float weight);
+  void Append(const Bsdf& other, float share);
+  bool Refracts() const;
 
   Frame frame_{Vec3{0, 0, 1}};
   Vec3 geometric_normal_{0, 0, 1};

@@ -21,6 +21,8 @@ enum class LobeKind : uint8_t {
 struct BsdfLobe {
   LobeKind kind = LobeKind::kDiffuse;
   float weight = 1;                        // of the lobe as a whole
+  float share = 1;                         // of a mixture: of the closure that it came from
+  int group = 0;                           // of a mixture: layers dim what is below in their own group
   float alpha = 0;                         // roughness squared; of a sheen: roughness
   const DielectricTable* glass = nullptr;  // dielectric: index and albedo
   Color f0, f90;          // glossy, thin: Schlick's Fresnel; dielectric: f0 tints what the outside reflects

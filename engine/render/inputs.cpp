@@ -13,6 +13,48 @@ float FloatInput::EvaluateTexture(const ShadingPoint& point) const {
   return texture->EvaluateFloat(point, output);
 }
 
+int32_t IntInput::Evaluate(const ShadingPoint& point) const {
+  return texture != nullptr ? texture->EvaluateInt(point, output) : constant;
+}
+
+Vec3 VectorInput::Evaluate(const ShadingPoint& point) const {
+  return texture != nullptr ? texture->EvaluateVector(point, output) : constant;
+}
+
+Matrix MatrixInput::Evaluate(const ShadingPoint& point) const {
+  return texture != nullptr ? texture->EvaluateMatrix(point, output) : constant;
+}
+
+Transform TransformInput::Evaluate(const ShadingPoint& point) const {
+  return texture != nullptr ? texture->EvaluateTransform(point, output) : constant;
+}
+
+template <class Input>
+Input Inputs::TextureOrConstant(std::string_view property) const {
+  Input input;
+  input.texture = TextureOf(property);
+  const scene::Value value = Get(property);
+  if (const auto* constant = value.As<decltype(input.constant)>()) input.constant = *constant;
+  if (const auto* reference = value.As<scene::PluginRef>()) input.output = reference->output;
+  return input;
+}
+
+IntInput Inputs::IntTexture(std::string_view property) const {
+  return TextureOrConstant<IntInput>(property);
+}
+
+VectorInput Inputs::VectorTexture(std::string_view property) const {
+  return TextureOrConstant<VectorInput>(property);
+}
+
+MatrixInput Inputs::MatrixTexture(std::string_view property) const {
+  return TextureOrConstant<MatrixInput>(property);
+}
+
+TransformInput Inputs::TransformTexture(std::string_view property) const {
+  return TextureOrConstant<TransformInput>(property);
+}
+
 float Inputs::Float(std::string_view property) const {
   const scene::Value value = Get(property);
   if (const auto* f = value.As<float>()) return *f;

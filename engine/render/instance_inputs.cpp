@@ -85,6 +85,18 @@ const GeometrySource* InstanceInputs::GeometryOf(std::string_view property) cons
   return builder_.Get(builder_.sources_, reference.id, &scene::Evaluation::geometry).get();
 }
 
+const UvwGen* InstanceInputs::UvwGenOf(std::string_view property) const {
+  const scene::PluginRef reference = Reference(property);
+  if (!reference) return nullptr;
+  return builder_.Get(builder_.uvw_gens_, reference.id, &scene::Evaluation::uvw_gen).get();
+}
+
+const Bitmap* InstanceInputs::BitmapOf(std::string_view property) const {
+  const scene::PluginRef reference = Reference(property);
+  if (!reference) return nullptr;
+  return builder_.Get(builder_.bitmaps_, reference.id, &scene::Evaluation::bitmap).get();
+}
+
 std::filesystem::path InstanceInputs::File(std::string_view property) const {
   std::filesystem::path path = Text(property);
   if (path.empty()) return path;

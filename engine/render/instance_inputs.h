@@ -19,6 +19,8 @@ class InstanceInputs : public Inputs {
   const Texture* TextureOf(std::string_view property) const override;
   const Material* MaterialOf(std::string_view property) const override;
   const GeometrySource* GeometryOf(std::string_view property) const override;
+  const UvwGen* UvwGenOf(std::string_view property) const override;
+  const Bitmap* BitmapOf(std::string_view property) const override;
   std::filesystem::path File(std::string_view property) const override;
   void Warn(std::string_view text) const override;
 

@@ -54,15 +54,15 @@ class Path {
   Ray ray_;
   PathResult result_;
   Color throughput_{1, 1, 1};
-  int depth_ = 0;                     // bounces so far
-  int passed_ = 0;                    // surfaces passed unscattered
-  float spread_;                      // angle of the ray's footprint
-  float travelled_ = 0;               // from the camera
-  float since_bounce_ = 0;            // from the last bounce, across surfaces that let the ray pass
-  bool specular_ = true;              // the last bounce was a delta, or there was none
-  float pdf_ = 0;                     // of the last bounce's direction
-  LightContext from_{};               // the last bounce
-  const Material* medium_ = nullptr;  // of the body that the ray is in
+  int depth_ = 0;                        // bounces so far
+  int passed_ = 0;                       // surfaces passed unscattered
+  float spread_;                         // angle of the ray's footprint
+  float travelled_ = 0;                  // from the camera
+  float since_bounce_ = 0;               // from the last bounce, across surfaces that let the ray pass
+  bool specular_ = true;                 // the last bounce was a delta, or there was none
+  float pdf_ = 0;                        // of the last bounce's direction
+  LightContext from_{};                  // the last bounce
+  const SceneObject* medium_ = nullptr;  // the body that the ray is in
 };
 
 PathResult Path::Run(const CameraRay& camera) {
@@ -73,13 +73,13 @@ PathResult Path::Run(const CameraRay& camera) {
   while (true) {
     Hit hit;
     const bool found = Intersect(&hit);
-    GatherShapeLights(found ? hit.distance : ray_.far);
+    if (scene_.channel == nullptr) GatherShapeLights(found ? hit.distance : ray_.far);
     if (!found) {
-      GatherBackground();
+      if (scene_.channel == nullptr) GatherBackground();
       break;
     }
     scene_.MakeSurfacePoint(hit, ray_.direction, spread_, travelled_ + hit.distance, &point);
-    if (medium_ != nullptr) throughput_ *= medium_->Attenuation(hit.distance);
+    if (medium_ != nullptr) throughput_ *= medium_->Transmittance(hit.distance);
     travelled_ += hit.distance;
     since_bounce_ += hit.distance;
     if (PassesThrough(point)) {
@@ -90,6 +90,10 @@ PathResult Path::Run(const CameraRay& camera) {
       continue;
     }
     result_.alpha = 1;
+    if (scene_.channel != nullptr) {
+      result_.radiance = scene_.channel->Evaluate(point, travelled_);
+      break;
+    }
     if (point.object->emissive) GatherEmission(point, hit);
     if (depth_ >= scene_.settings.max_depth) break;
     point.object->material->Evaluate(point, &bsdf);
@@ -130,7 +134,7 @@ void Path::GatherShapeLights(float far) {
     if (!light.Intersect(ray_.origin, ray_.direction, ray_.near, far, &hit)) continue;
     if (depth_ == 0) result_.alpha = 1;
     Color arriving = throughput_ * hit.radiance;
-    if (medium_ != nullptr) arriving *= medium_->Attenuation(hit.distance);
+    if (medium_ != nullptr) arriving *= medium_->Transmittance(hit.distance);
     const float light_pdf = specular_ ? 0 : scene_.LightProbability(index) * light.Pdf(from_, ray_.direction);
     Add(arriving * WeightOfHit(light_pdf), depth_ > 1);
   }
@@ -204,7 +208,7 @@ void Path::SampleLight(const SurfacePoint& point, const Bsdf& bsdf, const BsdfVi
   float weight = 1;
   if (!sample.delta && strategy_ == LightStrategy::kBoth) weight = MisWeight(light_pdf, scatter_pdf);
   Color contribution = throughput_ * f * sample.radiance * (weight / light_pdf);
-  if (medium_ != nullptr) contribution *= medium_->Attenuation(std::min(sample.distance, 1e30f));
+  if (medium_ != nullptr) contribution *= medium_->Transmittance(std::min(sample.distance, 1e30f));
   // Stops a little short, so that what the light is fixed to does not block it.
   constexpr float kShort = 1 - 1e-5f;
   contribution *= Transmittance({point.RayOrigin(sample.wi), 0, sample.wi, sample.distance * kShort});
@@ -230,7 +234,7 @@ bool Path::Scatter(const SurfacePoint& point, const Bsdf& bsdf, const BsdfView& 
 
 void Path::CrossBoundary(const SurfacePoint& point) {
   if (!point.object->has_volume) return;
-  medium_ = point.backfacing ? nullptr : point.object->material;
+  medium_ = point.backfacing ? nullptr : point.object;
 }
 
 bool Path::SurvivesRoulette(float u) {

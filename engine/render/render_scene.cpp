@@ -105,7 +105,7 @@ void RenderScene::BuildTopLevel(RTCDevice device) {
     object.opaque = object.material->IsOpaque();
     object.emissive = object.material->IsEmissive();
     object.reads_tangent = object.material->ReadsTangent();
-    object.has_volume = !(object.material->Attenuation(1.0f) == Color{1, 1, 1});
+    object.has_volume = !(object.Transmittance(1.0f) == Color{1, 1, 1});
     all_opaque_ = all_opaque_ && object.opaque;
 
     RTCGeometry instance = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_INSTANCE);

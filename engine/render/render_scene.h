@@ -10,6 +10,7 @@
 
 #include "engine/render/alias_table.h"
 #include "engine/render/camera.h"
+#include "engine/render/channel.h"
 #include "engine/render/light.h"
 #include "engine/render/mesh.h"
 #include "engine/render/shading.h"
@@ -55,6 +56,7 @@ struct SceneObject {
   std::shared_ptr<const MeshAccel> accel;
   const Mesh* mesh = nullptr;
   const Material* material = nullptr;
+  const Volume* volume = nullptr;  // may be null
   Transform transform;
   Vec3 offset;
   Matrix normal_matrix;  // inverse transpose
@@ -66,6 +68,11 @@ struct SceneObject {
   bool has_volume = false;
   bool reads_tangent = true;
   bool visible_to_camera = true;
+  // What is left of light along a path inside the body.
+  Color Transmittance(float distance) const {
+    const Color body = material->Attenuation(distance);
+    return volume != nullptr ? body * volume->Transmittance(distance) : body;
+  }
 };
 
 struct Ray {
@@ -122,6 +129,7 @@ class RenderScene {
   RenderSettings settings;
   std::shared_ptr<const Camera> camera;
   std::string camera_name;
+  std::shared_ptr<const Channel> channel;  // shown in place of the light; null for the light
   std::vector<SceneObject> objects;
   std::vector<std::shared_ptr<const Light>> lights;
   std::vector<std::shared_ptr<const void>> keep_alive;  // materials and textures

@@ -90,6 +90,19 @@ bool SceneBuilder::UpToDate(const Dependencies& dependencies, double time) const
   return true;
 }
 
+template <class Function>
+void SceneBuilder::ForEachCache(Function function) {
+  function(textures_);
+  function(materials_);
+  function(sources_);
+  function(lights_);
+  function(cameras_);
+  function(uvw_gens_);
+  function(bitmaps_);
+  function(volumes_);
+  function(channels_);
+}
+
 template <class T>
 std::shared_ptr<const T> SceneBuilder::Get(Cache<T>& cache, scene::PluginId id,
                                            std::unique_ptr<T> (*scene::Evaluation::*role)(const Inputs&)) {
@@ -124,10 +137,12 @@ std::shared_ptr<const T> SceneBuilder::Get(Cache<T>& cache, scene::PluginId id,
     recording_.pop_back();
   } else if (cached.used_in != build_) {
     // What it points to is in use as well, and as up to date as itself.
-    for (const auto& [part, revision] : cached.dependencies.instances) {
-      if (const auto texture = textures_.find(part); texture != textures_.end())
-        texture->second.used_in = build_;
-    }
+    const auto parts = cached.dependencies.instances;
+    ForEachCache([&](auto& each) {
+      for (const auto& [part, revision] : parts) {
+        if (const auto found = each.find(part); found != each.end()) found->second.used_in = build_;
+      }
+    });
   }
   Cached<T>& entry = cache[id];
   entry.used_in = build_;
@@ -142,6 +157,10 @@ std::shared_ptr<const T> SceneBuilder::Get(Cache<T>& cache, scene::PluginId id,
   return entry.object;
 }
 
+template std::shared_ptr<const UvwGen> SceneBuilder::Get(
+    Cache<UvwGen>&, scene::PluginId, std::unique_ptr<UvwGen> (*scene::Evaluation::*)(const Inputs&));
+template std::shared_ptr<const Bitmap> SceneBuilder::Get(
+    Cache<Bitmap>&, scene::PluginId, std::unique_ptr<Bitmap> (*scene::Evaluation::*)(const Inputs&));
 template std::shared_ptr<const Texture> SceneBuilder::Get(
     Cache<Texture>&, scene::PluginId, std::unique_ptr<Texture> (*scene::Evaluation::*)(const Inputs&));
 template std::shared_ptr<const Material> SceneBuilder::Get(
@@ -173,7 +192,7 @@ std::shared_ptr<const RenderScene> SceneBuilder::Build(const scene::Scene& scene
     if (instance == nullptr || instance->type == nullptr) continue;
     if (instance->type->evaluation.light != nullptr) {
       if (auto light = Get(lights_, id, &scene::Evaluation::light)) out->lights.push_back(std::move(light));
-    } else if (instance->type->name == "GeomInstance") {
+    } else if (instance->type->is_object) {
       AddObject(*instance, out.get());
     }
   }
@@ -181,11 +200,7 @@ std::shared_ptr<const RenderScene> SceneBuilder::Build(const scene::Scene& scene
   if (!IsBlack(out->settings.background)) {
     out->lights.push_back(MakeDome({.radiance = out->settings.background}));
   }
-  Evict(textures_);
-  Evict(materials_);
-  Evict(sources_);
-  Evict(lights_);
-  Evict(cameras_);
+  ForEachCache([this](auto& cache) { Evict(cache); });
   std::erase_if(meshes_, [this](const auto& entry) { return !sources_.contains(entry.first); });
   out->Finish(device_.get());
   return out;
@@ -212,6 +227,7 @@ void SceneBuilder::ReadSettings(RenderScene* out) {
       s.max_depth = std::max(0, in.Int("maxDepth"));
       s.min_depth = std::max(0, in.Int("minDepth"));
       s.clamp = std::max(0.0f, in.Float("clamp"));
+      out->channel = Get(channels_, in.Reference("channel").id, &scene::Evaluation::channel);
     } else if (type == "SettingsEnvironment") {
       s.background = in.Color("background");
     }
@@ -244,9 +260,18 @@ void SceneBuilder::AddObject(const scene::Instance& instance, RenderScene* out) 
     in.Warn("its transform is singular or not finite, so it is left out");
     return;
   }
+  const bool own_material = instance.type->evaluation.material != nullptr;
   std::shared_ptr<const Material> material =
-      Get(materials_, in.Reference("material").id, &scene::Evaluation::material);
-  if (material == nullptr) material = default_material_;
+      Get(materials_, own_material ? instance.id : in.Reference("material").id, &scene::Evaluation::material);
+  if (material == nullptr) {
+    if (own_material) return;
+    material = default_material_;
+  }
+  if (!own_material) {
+    auto volume = Get(volumes_, in.Reference("volume").id, &scene::Evaluation::volume);
+    object.volume = volume.get();
+    if (volume != nullptr) out->keep_alive.push_back(std::move(volume));
+  }
   object.material = material.get();
   out->keep_alive.push_back(std::move(material));
   object.id = instance.id;

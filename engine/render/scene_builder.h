@@ -11,6 +11,7 @@
 
 #include "engine/render/render_scene.h"
 #include "engine/render/scene_snapshot.h"
+#include "engine/render/texture_cache.h"
 
 namespace kiln::engine::render {
 
@@ -71,6 +72,9 @@ class SceneBuilder {
   bool UpToDate(const Dependencies& dependencies, double time) const;
   template <class T>
   void Evict(Cache<T>& cache);
+  // Calls the function with each cache.
+  template <class Function>
+  void ForEachCache(Function function);
 
   void ReadSettings(RenderScene* out);
   void AddObject(const scene::Instance& instance, RenderScene* out);
@@ -93,6 +97,10 @@ class SceneBuilder {
   Cache<GeometrySource> sources_;
   Cache<Light> lights_;
   Cache<Camera> cameras_;
+  Cache<UvwGen> uvw_gens_;
+  Cache<Bitmap> bitmaps_;
+  Cache<Volume> volumes_;
+  Cache<Channel> channels_;
   std::unordered_map<scene::PluginId, std::shared_ptr<const MeshAccel>> meshes_;
   std::shared_ptr<const Material> default_material_;
   std::vector<scene::PluginId> in_progress_;  // the chain of references being resolved, to see a cycle

@@ -35,6 +35,50 @@ class Texture {
   virtual float EvaluateFloat(const ShadingPoint& point, uint32_t output) const {
     return Luminance(EvaluateColor(point, output));
   }
+  // Rounded to the nearest; what an int can't hold is 0.
+  virtual int32_t EvaluateInt(const ShadingPoint& point, uint32_t output) const {
+    const float value = std::round(EvaluateFloat(point, output));
+    return std::abs(value) < 2147483520.0f ? static_cast<int32_t>(value) : 0;
+  }
+  virtual Vec3 EvaluateVector(const ShadingPoint& point, uint32_t output) const {
+    const Color c = EvaluateColor(point, output);
+    return {c.r, c.g, c.b};
+  }
+  // A texture of vectors scales along the axes.
+  virtual Matrix EvaluateMatrix(const ShadingPoint& point, uint32_t output) const {
+    const Vec3 v = EvaluateVector(point, output);
+    return {{v.x, 0, 0}, {0, v.y, 0}, {0, 0, v.z}};
+  }
+  virtual Transform EvaluateTransform(const ShadingPoint& point, uint32_t output) const {
+    return {EvaluateMatrix(point, output), {}};
+  }
+};
+
+// Texture coordinates, and the footprint of a pixel in them (0: unknown).
+struct Uvw {
+  Vec3 at;
+  float per_pixel = 0;
+};
+
+// Where on a texture a shading point lies. Thread-safe.
+class UvwGen {
+ public:
+  virtual ~UvwGen() = default;
+  virtual Uvw Evaluate(const ShadingPoint& point) const = 0;
+};
+
+// The generator's coordinates, or those of a set of the mesh where there is no generator.
+inline Uvw UvwAt(const ShadingPoint& point, const UvwGen* generator, int uv_set = 0) {
+  if (generator != nullptr) return generator->Evaluate(point);
+  return {{point.uv[uv_set].x, point.uv[uv_set].y, 0}, point.uv_per_pixel};
+}
+
+// What fills a closed body. Thread-safe.
+class Volume {
+ public:
+  virtual ~Volume() = default;
+  // What is left of light along a path of the length, per channel.
+  virtual Color Transmittance(float distance) const = 0;
 };
 
 // Thread-safe.

@@ -11,6 +11,11 @@
 
 namespace kiln::engine::render {
 
+// What the bitmap role of a plugin class makes.
+struct Bitmap {
+  std::shared_ptr<const MipMap> map;  // never null
+};
+
 // The image, decoded at most once while somebody holds it and the file does not change. Null on failure, with
 // a sentence without a full stop in *error. Any thread; another caller of the same image waits for the first.
 std::shared_ptr<const MipMap> LoadTexture(const std::filesystem::path& file, bool srgb, std::string* error);

@@ -11,12 +11,16 @@
 #include "engine/scene/value.h"
 
 namespace kiln::engine::render {
-class Inputs;
+struct Bitmap;
 class Camera;
+class Channel;
 class GeometrySource;
+class Inputs;
 class Light;
 class Material;
 class Texture;
+class UvwGen;
+class Volume;
 }  // namespace kiln::engine::render
 
 namespace kiln::engine::scene {
@@ -82,6 +86,10 @@ struct Evaluation {
   std::unique_ptr<render::Light> (*light)(const render::Inputs&) = nullptr;
   std::unique_ptr<render::Material> (*material)(const render::Inputs&) = nullptr;
   std::unique_ptr<render::Texture> (*texture)(const render::Inputs&) = nullptr;
+  std::unique_ptr<render::UvwGen> (*uvw_gen)(const render::Inputs&) = nullptr;
+  std::unique_ptr<render::Bitmap> (*bitmap)(const render::Inputs&) = nullptr;
+  std::unique_ptr<render::Volume> (*volume)(const render::Inputs&) = nullptr;
+  std::unique_ptr<render::Channel> (*channel)(const render::Inputs&) = nullptr;
 };
 
 struct PluginClass {
@@ -93,6 +101,10 @@ struct PluginClass {
   Evaluation evaluation{};
   std::string_view deprecation{};
   ClassGpuSupport gpu = ClassGpuSupport::kNone;
+  // Whether each instance is an object in the scene: such a class declares `geometry`, `transform`, `visible`
+  // and `visibleToCamera` (as names or aliases), and evaluates to the object's material itself or declares
+  // `material` and `volume`.
+  bool is_object = false;
 
   // By name or alias; null when there is none.
   const Property* FindProperty(std::string_view property) const;

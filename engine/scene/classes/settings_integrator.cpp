@@ -14,6 +14,8 @@ PluginClass Describe() {
               {"maxDepth", Type::kInt, 12, "Bounces of a path.", {0, 1024}},
               {"minDepth", Type::kInt, 3, "Bounces before a faint path may end at random.", {0, 1024}},
               {"clamp", Type::kFloat, 0.0f, "Limit on what one bounced path adds to a pixel; 0: none.", {0}},
+              {"channel", Type::kPlugin, PluginRef{},
+               "A render channel to show in place of the light; none: the light."},
           },
   };
 }

@@ -17,6 +17,7 @@ class BitmapTexture : public render::Texture {
  public:
   std::shared_ptr<const render::MipMap> map;  // null: could not be read
   render::MipMap::Address address;
+  const render::UvwGen* uvw = nullptr;
   int uv_set = 0;
   Vec2 offset;
   Vec2 scale{1, 1};
@@ -56,10 +57,11 @@ class BitmapTexture : public render::Texture {
   AColor Look(const render::ShadingPoint& point) const {
     AColor texel{0.5f, 0.5f, 0.5f, 1};
     if (map) {
-      const Vec2 uv{point.uv[uv_set].x * scale.x, point.uv[uv_set].y * scale.y};
+      const render::Uvw place = render::UvwAt(point, uvw, uv_set);
+      const Vec2 uv{place.at.x * scale.x, place.at.y * scale.y};
       // Counter-clockwise where v points down.
       const Vec2 turned{cosine * uv.x + sine * uv.y + offset.x, cosine * uv.y - sine * uv.x + offset.y};
-      const Vec2 footprint{point.uv_per_pixel * std::abs(scale.x), point.uv_per_pixel * std::abs(scale.y)};
+      const Vec2 footprint{place.per_pixel * std::abs(scale.x), place.per_pixel * std::abs(scale.y)};
       texel = map->Sample(turned, footprint, address);
     }
     return {texel.r * multiply.r + add.r, texel.g * multiply.g + add.g, texel.b * multiply.b + add.b,
@@ -83,13 +85,20 @@ std::shared_ptr<const render::MipMap> LoadEmbedded(const render::Inputs& in, boo
   return render::LoadTexture(count == 0 ? bytes : bytes.first(static_cast<size_t>(count)), srgb, error);
 }
 
-std::unique_ptr<render::Texture> Make(const render::Inputs& in) {
-  auto texture = std::make_unique<BitmapTexture>();
+std::shared_ptr<const render::MipMap> FindMap(const render::Inputs& in) {
+  if (const render::Bitmap* bitmap = in.BitmapOf("bitmap")) return bitmap->map;
   const bool srgb = in.Int("colorSpace") == 1;
   const std::filesystem::path file = in.File("file");
   std::string error;
-  texture->map = file.empty() ? LoadEmbedded(in, srgb, &error) : render::LoadTexture(file, srgb, &error);
-  if (!texture->map) in.Warn(error + ", so the texture is grey");
+  auto map = file.empty() ? LoadEmbedded(in, srgb, &error) : render::LoadTexture(file, srgb, &error);
+  if (!map) in.Warn(error + ", so the texture is grey");
+  return map;
+}
+
+std::unique_ptr<render::Texture> Make(const render::Inputs& in) {
+  auto texture = std::make_unique<BitmapTexture>();
+  texture->map = FindMap(in);
+  texture->uvw = in.UvwGenOf("uvwgen");
   const auto wrap = [&](std::string_view property) {
     return static_cast<render::Wrap>(std::clamp(in.Int(property), 0, 2));
   };
@@ -117,6 +126,8 @@ PluginClass Describe() {
       .properties =
           {
               {"file", Type::kString, "", "The image file, relative to the scene's folder."},
+              {"bitmap", Type::kPlugin, PluginRef{},
+               "A BitmapFile to show in place of file and bytes; it has a colour space of its own."},
               {"bytes", Type::kIntList, IntArray{},
                "An encoded image file, four bytes to an element, the first lowest; used without a file."},
               {"byteCount", Type::kInt, 0, "How many of the bytes count; 0 for all.", {0}},
@@ -126,6 +137,8 @@ PluginClass Describe() {
                "0 takes numbers as they are, 1 decodes the sRGB curve of colours. Float images are linear "
                "always.",
                {0, 1}},
+              {"uvwgen", Type::kPlugin, PluginRef{},
+               "Where the texture coordinates come from; none: from uvSet."},
               {"uvSet",
                Type::kInt,
                0,

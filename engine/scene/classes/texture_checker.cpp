@@ -1,4 +1,4 @@
-// A checkerboard over the first set of texture coordinates.
+// A checkerboard over texture coordinates.
 #include "engine/render/inputs.h"
 #include "engine/render/shading.h"
 
@@ -8,10 +8,12 @@ namespace {
 class CheckerTexture : public render::Texture {
  public:
   render::ColorInput a, b;
+  const render::UvwGen* uvw = nullptr;
   float scale = 1;
 
   Color EvaluateColor(const render::ShadingPoint& point, uint32_t) const override {
-    const bool odd = Parity(point.uv[0].x * scale) != Parity(point.uv[0].y * scale);
+    const Vec3 at = render::UvwAt(point, uvw).at;
+    const bool odd = Parity(at.x * scale) != Parity(at.y * scale);
     return (odd ? b : a).Evaluate(point);
   }
 
@@ -28,19 +30,22 @@ std::unique_ptr<render::Texture> Make(const render::Inputs& in) {
   texture->a = in.ColorTexture("colorA");
   texture->b = in.ColorTexture("colorB");
   texture->scale = in.Float("scale");
+  texture->uvw = in.UvwGenOf("uvwgen");
   return texture;
 }
 
 PluginClass Describe() {
   return {
       .name = "TextureChecker",
-      .description = "A checkerboard over the first set of texture coordinates.",
+      .description = "A checkerboard over texture coordinates.",
       .categories = CategoryBit(Category::kTexture),
       .properties =
           {
               {"colorA", Type::kTexture, Color{0.8f, 0.8f, 0.8f}, "Colour of the square at the origin."},
               {"colorB", Type::kTexture, Color{0.2f, 0.2f, 0.2f}, "Colour of its neighbours."},
               {"scale", Type::kFloat, 1.0f, "Squares along one unit of the coordinates.", {}, "1/uv"},
+              {"uvwgen", Type::kPlugin, PluginRef{},
+               "Where the texture coordinates come from; none: the first set of the mesh."},
           },
       .evaluation = {.texture = Make},
   };

@@ -59,6 +59,8 @@ class FakeInputs : public Inputs {
   const Texture* TextureOf(std::string_view property) const override { return Find(property).first; }
   const Material* MaterialOf(std::string_view) const override { return nullptr; }
   const GeometrySource* GeometryOf(std::string_view) const override { return nullptr; }
+  const UvwGen* UvwGenOf(std::string_view) const override { return nullptr; }
+  const Bitmap* BitmapOf(std::string_view) const override { return nullptr; }
   std::filesystem::path File(std::string_view property) const override { return Text(property); }
   void Warn(std::string_view text) const override { warnings_.emplace_back(text); }
 
