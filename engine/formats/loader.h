@@ -28,8 +28,8 @@ struct LoadResult {
   LoadError error = LoadError::kNone;
   std::string file;   // for kParser: the file that is malformed; empty for text and buffers
   uint32_t line = 0;  // 1-based; 0 where the format has no lines
-  // The reason, one sentence without a full stop. When the result is ok: what was left out or replaced, a note
-  // a line; empty when there is nothing to say.
+  // The reason, one sentence without a full stop. When the result is ok: what was left out or replaced, a
+  // note a line; empty when there is nothing to say.
   std::string text;
   bool ok() const { return error == LoadError::kNone; }
 };

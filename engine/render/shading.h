@@ -11,18 +11,19 @@ class Bsdf;
 
 inline constexpr int kMaxUvSets = 2;
 
-// A hit, in world space. Directions are unit vectors; `wo` points away from the surface to where the ray came from.
+// A hit, in world space. Directions are unit vectors; `wo` points away from the surface to where the ray came
+// from.
 struct ShadingPoint {
   Vec3 position;
-  Vec3 geometric_normal;  // of the triangle, on the side of its winding
-  Vec3 normal;            // interpolated, in the hemisphere of geometric_normal
-  Vec3 tangent{1, 0, 0};  // along u of uv set 0, where the material reads it
+  Vec3 geometric_normal;   // of the triangle, on the side of its winding
+  Vec3 normal;             // interpolated, in the hemisphere of geometric_normal
+  Vec3 tangent{1, 0, 0};   // along u of uv set 0, where the material reads it
   float tangent_sign = 1;  // bitangent = sign * cross(normal, tangent)
   Vec3 wo;
   Vec2 uv[kMaxUvSets];
   Color vertex_color{1, 1, 1};
   float vertex_alpha = 1;
-  float uv_per_pixel = 0;  // footprint of a pixel in uv units, for mip selection; 0: unknown
+  float uv_per_pixel = 0;   // footprint of a pixel in uv units, for mip selection; 0: unknown
   bool backfacing = false;  // wo is on the other side of geometric_normal
 };
 

@@ -10,7 +10,8 @@ v8::MaybeLocal<v8::Function> Probe(Environment& environment) {
   v8::Local<v8::Context> context = isolate->GetCurrentContext();
   v8::Local<v8::Script> script;
   v8::Local<v8::Value> function;
-  if (!v8::Script::Compile(context, v8::String::NewFromUtf8Literal(isolate, "(function () {})")).ToLocal(&script) ||
+  if (!v8::Script::Compile(context, v8::String::NewFromUtf8Literal(isolate, "(function () {})"))
+           .ToLocal(&script) ||
       !script->Run(context).ToLocal(&function)) {
     return {};
   }

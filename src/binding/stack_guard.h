@@ -1,5 +1,5 @@
-// Keeps recursion over a caller's data from running over the stack: V8 guards calls of JavaScript, not ours, and from
-// V8 14 on it ends the process over an exception that is thrown below its own limit.
+// Keeps recursion over a caller's data from running over the stack: V8 guards calls of JavaScript, not ours,
+// and from V8 14 on it ends the process over an exception that is thrown below its own limit.
 #pragma once
 
 #include "binding/environment.h"
