@@ -179,6 +179,18 @@ napi_value CopyImage(napi_env env, napi_callback_info info) {
   return nullptr;
 }
 
+// adoptImage(): the host's own part of a taking over, an array buffer on the image's memory that is detached
+// again.
+napi_value AdoptImage(napi_env env, napi_callback_info) {
+  uint64_t bytes = 0;
+  const void* image = bench_image(&bytes);
+  napi_value buffer = nullptr;
+  const napi_finalize nothing = [](napi_env, void*, void*) {};
+  napi_create_external_arraybuffer(env, const_cast<void*>(image), bytes, nothing, nullptr, &buffer);
+  if (buffer != nullptr) napi_detach_arraybuffer(env, buffer);
+  return nullptr;
+}
+
 // setNextPlugin(id).
 napi_value SetNextPlugin(napi_env env, napi_callback_info info) {
   bench_set_next_plugin(NumberAt(env, ArgumentsOf(env, info), 0));
@@ -190,9 +202,16 @@ struct Function {
   napi_callback callback;
 };
 constexpr Function kFunctions[] = {
-    {"pin", Pin},           {"pingPong", PingPong},   {"raise", Raise},
-    {"raised", Raised},     {"getLoop", GetLoop},     {"setLoop", SetLoop},
-    {"setImage", SetImage}, {"copyImage", CopyImage}, {"setNextPlugin", SetNextPlugin},
+    {"pin", Pin},
+    {"pingPong", PingPong},
+    {"raise", Raise},
+    {"raised", Raised},
+    {"getLoop", GetLoop},
+    {"setLoop", SetLoop},
+    {"setImage", SetImage},
+    {"copyImage", CopyImage},
+    {"adoptImage", AdoptImage},
+    {"setNextPlugin", SetNextPlugin},
 };
 
 napi_value Register(napi_env env, napi_value exports) {

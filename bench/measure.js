@@ -9,14 +9,15 @@ function processorTime() {
   return user + system;
 }
 
-function quantile(sorted, share) {
+/** The number that the given share of the numbers lies below. */
+function quantile(numbers, share) {
+  const sorted = [...numbers].sort((a, b) => a - b);
   return sorted[Math.min(sorted.length - 1, Math.floor(sorted.length * share))];
 }
 
 /** Median and quartiles of numbers. */
 function summary(numbers) {
-  const sorted = [...numbers].sort((a, b) => a - b);
-  return { median: quantile(sorted, 0.5), low: quantile(sorted, 0.25), high: quantile(sorted, 0.75) };
+  return { median: quantile(numbers, 0.5), low: quantile(numbers, 0.25), high: quantile(numbers, 0.75) };
 }
 
 /** Runs work(count) often enough for a slice of the microseconds; returns the time of one. */
@@ -86,4 +87,4 @@ function reportFigure(name, figure, unit, bound) {
   process.stdout.write(`${name}: ${figure.toPrecision(3)} ${unit}; ${verdict(figure, bound)}; load ${os.loadavg()[0].toFixed(1)}\n`);
 }
 
-module.exports = { compare, paired, report, reportFigure, summary };
+module.exports = { compare, paired, quantile, report, reportFigure, summary };

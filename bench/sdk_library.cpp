@@ -7,7 +7,7 @@
 #include <cstring>
 #include <memory>
 #include <mutex>
-#include <string_view>
+#include <string>
 #include <thread>
 #include <unordered_map>
 #include <vector>
@@ -33,14 +33,24 @@ Words DoubleWords(double value) {
   return words;
 }
 
+using Properties = std::unordered_map<std::string, Words>;
+
 struct Values {
   std::mutex mutex;
-  std::unordered_map<std::string_view, Words> table{
-      {"subdivs", {KILN_VALUE_INT, 8}},
-      {"intensity", DoubleWords(30.5)},
-      {"direction", {KILN_VALUE_VECTOR, Bits(1), Bits(2), Bits(3)}},
-  };
+  std::unordered_map<KilnPluginId, Properties> plugins{
+      {kFirstPlugin,
+       {{"subdivs", {KILN_VALUE_INT, 8}},
+        {"intensity", DoubleWords(30.5)},
+        {"direction", {KILN_VALUE_VECTOR, Bits(1), Bits(2), Bits(3)}}}}};
   KilnPluginId next = kFirstPlugin;
+
+  // Null for what there is none of.
+  Words* Find(KilnPluginId plugin, const char* property) {
+    const auto properties = plugins.find(plugin);
+    if (properties == plugins.end()) return nullptr;
+    const auto found = properties->second.find(property);
+    return found == properties->second.end() ? nullptr : &found->second;
+  }
 };
 
 Values& TheValues() {
@@ -113,25 +123,26 @@ BENCH_EXPORT KilnPluginId Kiln_KilnRenderer_getPluginID(KilnRendererHandle, cons
   return kFirstPlugin;
 }
 
-BENCH_EXPORT int32_t Kiln_getPropertyByteArrayByID(KilnRendererHandle, KilnPluginId, const char* property,
-                                                   uint32_t** stream, int32_t* size, double) {
+BENCH_EXPORT int32_t Kiln_getPropertyByteArrayByID(KilnRendererHandle, KilnPluginId plugin,
+                                                   const char* property, uint32_t** stream, int32_t* size,
+                                                   double) {
   Values& values = TheValues();
   const std::lock_guard lock(values.mutex);
-  const std::string_view name(property);
-  if (name == "next") {
+  const Words* found = values.Find(plugin, property);
+  if (found == nullptr && std::strcmp(property, "next") == 0) {
     uint32_t words[] = {KILN_VALUE_PLUGIN, 0, 0};
     std::memcpy(&words[1], &values.next, sizeof(values.next));
     values.next++;
     *stream = CopyOf(words, std::size(words), size);
     return 1;
   }
-  const auto found = values.table.find(name);
-  if (found == values.table.end()) return 0;
-  *stream = CopyOf(found->second.data(), found->second.size(), size);
+  if (found == nullptr) return 0;
+  *stream = CopyOf(found->data(), found->size(), size);
   return 1;
 }
 
-BENCH_EXPORT int32_t Kiln_KilnRenderer_setPropertyBytesValueAtTimeByID(KilnRendererHandle, KilnPluginId,
+BENCH_EXPORT int32_t Kiln_KilnRenderer_setPropertyBytesValueAtTimeByID(KilnRendererHandle,
+                                                                       KilnPluginId plugin,
                                                                        const char* property,
                                                                        const void* stream, double, int32_t) {
   uint32_t tag = 0;
@@ -142,9 +153,9 @@ BENCH_EXPORT int32_t Kiln_KilnRenderer_setPropertyBytesValueAtTimeByID(KilnRende
   }
   Values& values = TheValues();
   const std::lock_guard lock(values.mutex);
-  const auto found = values.table.find(property);
-  if (found == values.table.end() || found->second[0] != tag) return 0;
-  std::memcpy(found->second.data(), stream, found->second.size() * sizeof(uint32_t));
+  Words* found = values.Find(plugin, property);
+  if (found == nullptr || found->front() != tag) return 0;
+  std::memcpy(found->data(), stream, found->size() * sizeof(uint32_t));
   return 0;
 }
 
