@@ -247,11 +247,14 @@ test('what is no ID is left out of a walk', () => {
 
 test('an abandoned walk gives its block back when it is collected', async () => {
   (() => {
-    for (let i = 0; i < 100; ++i) {
+    // Held until they have been counted: a collection may come at any moment.
+    const walks = Array.from({length: 100}, () => {
       answerIds([newId(), newId()]);
-      plugins[Symbol.iterator]().next();
-    }
-    assert.strictEqual(recorder.live().blocks.length, 100);
+      const walk = plugins[Symbol.iterator]();
+      walk.next();
+      return walk;
+    });
+    assert.strictEqual(recorder.live().blocks.length, walks.length);
   })();
   await collect(() => recorder.live().blocks.length === 0);
 });

@@ -44,6 +44,11 @@ const SAMPLES = {
   Matrix: [[new kiln.Matrix(2), String(new kiln.Matrix(2))]],
   TextureInt: [[3, 3]],
   TextureVector: [[new kiln.Vector(1, 2, 3), 'Vector(1, 2, 3)']],
+  TextureMatrix: [[new kiln.Matrix(2), String(new kiln.Matrix(2))]],
+  TextureTransform: [[
+    new kiln.Transform(1, 0, 0, 0, 1, 0, 0, 0, 1, 4, 5, 6),
+    String(new kiln.Transform(1, 0, 0, 0, 1, 0, 0, 0, 1, 4, 5, 6)),
+  ]],
   'List<boolean>': [[[true, false], [1, 0]]],
   'List<String>': [[['one', 'two'], ['one', 'two']]],
   'List<Plugin>': [[[], []]],
