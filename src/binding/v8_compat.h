@@ -102,7 +102,11 @@ template <auto kGetter, class Key>
 InterceptorResult AdaptGetter(Key key, const v8::PropertyCallbackInfo<v8::Value>& info) {
   v8::Local<v8::Value> result;
   const Intercepted answer = kGetter(key, CallOf(info), &result);
-  if (answer == Intercepted::kYes && !result.IsEmpty()) info.GetReturnValue().Set(result);
+  if (answer == Intercepted::kYes) {
+    // A getter that threw has no result; V8 12.4 ends the process when a handled read leaves none.
+    if (result.IsEmpty()) result = v8::Undefined(info.GetIsolate());
+    info.GetReturnValue().Set(result);
+  }
   return Answer(answer);
 }
 template <IndexedGetter kGetter>

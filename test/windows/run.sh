@@ -17,4 +17,4 @@ cp "$out/complete/KilnSDKLibrary.dll" "$out/Größe 日本/"
 cd "$out"
 wine=$(command -v wine64 || command -v wine || echo /usr/lib/wine/wine64)
 LC_ALL=C.UTF-8 WINEPREFIX="$out/prefix" WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml=" timeout 300 \
-  "$wine" loader_test.exe
+  "$wine" loader_test.exe | tr -d '\r'
