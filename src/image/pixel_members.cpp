@@ -2,6 +2,7 @@
 #include <cstdlib>
 
 #include "binding/error.h"
+#include "binding/option_reader.h"
 #include "binding/sdk_memory.h"
 #include "binding/text.h"
 #include "image/image_members.h"
@@ -74,36 +75,33 @@ struct BitmapOptions {
   int32_t alpha = -1;
 };
 
-// A key's value: 1 when the object has it, 0 when not, -1 when asking failed.
-int ReadKey(v8::Local<v8::Context> context, v8::Local<v8::Object> object, const char* key,
-            v8::Local<v8::Value>* value) {
-  v8::Local<v8::String> name;
-  bool has = false;
-  if (!NewName(v8::Isolate::GetCurrent(), key).ToLocal(&name) || !object->Has(context, name).To(&has))
-    return -1;
-  if (!has) return 0;
-  return object->Get(context, name).ToLocal(value) ? 1 : -1;
-}
-
-bool ReadBitmapOptions(v8::Local<v8::Context> context, v8::Local<v8::Object> object, BitmapOptions* options) {
+// False when a key can't be read; a number that can't be converted is its default.
+bool ReadBitmapOptions(OptionReader& keys, BitmapOptions* options) {
   static constexpr struct {
     const char* key;
     int32_t flag;
   } kFlags[] = {{"preserveAlpha", KILN_BITMAP_PRESERVE_ALPHA},
                 {"swapChannels", KILN_BITMAP_SWAP_CHANNELS},
                 {"reverseY", KILN_BITMAP_REVERSE_Y}};
-  v8::Isolate* isolate = v8::Isolate::GetCurrent();
-  v8::Local<v8::Value> value;
   for (const auto& row : kFlags) {
-    const int found = ReadKey(context, object, row.key, &value);
-    if (found < 0) return false;
-    if (found > 0 && value->BooleanValue(isolate)) options->flags |= row.flag;
+    keys.Bit(row.key, row.flag, &options->flags);
+    if (keys.unreadable()) return false;
   }
-  int found = ReadKey(context, object, "stride", &value);
-  if (found > 0) options->stride = value->Int32Value(context).FromMaybe(0);
-  if (found >= 0) found = ReadKey(context, object, "alphaValue", &value);
-  if (found > 0) options->alpha = value->Int32Value(context).FromMaybe(-1);
-  return found >= 0;
+  keys.Int("stride", &options->stride);
+  if (!keys.unreadable()) keys.Int("alphaValue", &options->alpha);
+  return !keys.unreadable();
+}
+
+void ReturnBitmap(const Arguments& info, const BitmapOptions& options) {
+  KilnImageHandle image = OpenImageOf(info);
+  if (!image) return;
+  void* data = nullptr;
+  const uint64_t size =
+      sdk.KilnImage_toBitmapData(image, &data, options.flags, options.stride, options.alpha);
+  v8::Local<v8::ArrayBuffer> memory;
+  if (size != 0 && AdoptBlock(info.GetIsolate(), data, size).ToLocal(&memory)) {
+    info.GetReturnValue().Set(v8::Uint8ClampedArray::New(memory, 0, size));
+  }
 }
 
 struct IntListForm {
@@ -254,29 +252,13 @@ void GetPixelData(const Arguments& info) {
 }
 
 void ToBitmapData(const Arguments& info) {
-  v8::Isolate* isolate = info.GetIsolate();
   BitmapOptions options;
   if (!OpenImageOf(info)) return;
-  // A number that can't be converted is its default, and its exception is told behind the work: V8 loses it
-  // on the way unless somebody holds it.
-  v8::TryCatch try_catch(isolate);
-  const auto tell = [&try_catch] {
-    if (try_catch.HasCaught()) try_catch.ReThrow();
-  };
-  if (info[0]->IsObject() &&
-      !ReadBitmapOptions(isolate->GetCurrentContext(), info[0].As<v8::Object>(), &options)) {
-    return tell();
-  }
-  KilnImageHandle image = OpenImageOf(info);
-  if (!image) return tell();
-  void* data = nullptr;
-  const uint64_t size =
-      sdk.KilnImage_toBitmapData(image, &data, options.flags, options.stride, options.alpha);
-  v8::Local<v8::ArrayBuffer> memory;
-  if (size != 0 && AdoptBlock(isolate, data, size).ToLocal(&memory)) {
-    info.GetReturnValue().Set(v8::Uint8ClampedArray::New(memory, 0, size));
-  }
-  tell();
+  if (!info[0]->IsObject()) return ReturnBitmap(info, options);
+  OptionReader keys(info.GetIsolate()->GetCurrentContext(), info[0].As<v8::Object>());
+  if (ReadBitmapOptions(keys, &options)) ReturnBitmap(info, options);
+  // The exception of a number that was replaced by its default is told behind the work.
+  keys.Rethrow();
 }
 
 void ToIntList(const Arguments& info) {

@@ -2,7 +2,7 @@
 // decision: the forms with a callback never do.
 #include "binding/async_job.h"
 #include "binding/error.h"
-#include "binding/text.h"
+#include "binding/option_reader.h"
 #include "image/kiln_image.h"
 #include "module/sdk_library.h"
 #include "renderer/kiln_renderer.h"
@@ -58,34 +58,25 @@ void WaitOnPool(const Arguments& info, WaitFunction function) {
   Queue(info, callback, WaitForEnd{RendererOf(info).renderer, function, timeout});
 }
 
-// Keys of getImage's options. A missing number counts as 0; a missing flag is off.
-int32_t IntKey(v8::Local<v8::Context> context, v8::Local<v8::Object> object, const char* key) {
-  v8::Local<v8::String> name;
-  v8::Local<v8::Value> value;
-  if (!NewName(v8::Isolate::GetCurrent(), key).ToLocal(&name)) return 0;
-  return object->Get(context, name).ToLocal(&value) ? value->Int32Value(context).FromMaybe(0) : 0;
-}
-
-int32_t FlagKey(v8::Local<v8::Context> context, v8::Local<v8::Object> object, const char* key) {
-  v8::Isolate* isolate = v8::Isolate::GetCurrent();
-  v8::Local<v8::String> name;
-  v8::Local<v8::Value> value;
-  if (!NewName(isolate, key).ToLocal(&name) || !object->Get(context, name).ToLocal(&value)) return 0;
-  return !value->IsNullOrUndefined() && value->BooleanValue(isolate) ? 1 : 0;
-}
-
-KilnImageOptions ReadImageOptions(v8::Local<v8::Context> context, v8::Local<v8::Object> object) {
+// getImage's options. A missing number counts as 0; a missing flag, and null, is off.
+KilnImageOptions ReadImageOptions(OptionReader& keys) {
   KilnImageOptions options{};
-  options.left = IntKey(context, object, "left");
-  options.top = IntKey(context, object, "top");
-  const int32_t width = IntKey(context, object, "width");
-  const int32_t height = IntKey(context, object, "height");
+  int32_t width = 0;
+  int32_t height = 0;
+  keys.Int("left", &options.left);
+  keys.Int("top", &options.top);
+  keys.Int("width", &width);
+  keys.Int("height", &height);
   // Sums wrap as the SDK's own would; signed overflow must not be undefined here.
   if (width != 0) options.right = static_cast<int32_t>(static_cast<uint32_t>(options.left) + width);
   if (height != 0) options.bottom = static_cast<int32_t>(static_cast<uint32_t>(options.top) + height);
-  options.doColorCorrect = FlagKey(context, object, "doColorCorrect");
-  options.stripAlpha = FlagKey(context, object, "stripAlpha");
-  options.flipImage = FlagKey(context, object, "flipImage");
+  const auto flag = [&keys](const char* key) {
+    bool on = false;
+    return keys.Flag(key, &on) && on ? 1 : 0;
+  };
+  options.doColorCorrect = flag("doColorCorrect");
+  options.stripAlpha = flag("stripAlpha");
+  options.flipImage = flag("flipImage");
   return options;
 }
 
@@ -128,12 +119,9 @@ void GetImage(const Arguments& info) {
   KilnImageHandle image = nullptr;
   if (info[0]->IsObject()) {
     // Every key is read, whatever another one threw.
-    v8::TryCatch try_catch(isolate);
-    const KilnImageOptions options = ReadImageOptions(isolate->GetCurrentContext(), info[0].As<v8::Object>());
-    if (try_catch.HasCaught()) {
-      try_catch.ReThrow();
-      return;
-    }
+    OptionReader keys(isolate->GetCurrentContext(), info[0].As<v8::Object>(), OptionReader::Lookup::kPlain);
+    const KilnImageOptions options = ReadImageOptions(keys);
+    if (keys.Rethrow()) return;
     // Only now: a getter may close the renderer.
     image = sdk.Kiln_KilnRenderer_getImage(RendererOf(info).renderer, &options);
   } else {

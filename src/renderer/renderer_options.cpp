@@ -1,5 +1,6 @@
 #include "renderer/renderer_options.h"
 
+#include "binding/option_reader.h"
 #include "binding/sdk_memory.h"
 #include "binding/text.h"
 #include "module/sdk_library.h"
@@ -34,21 +35,10 @@ struct DrawStyle {
 constexpr DrawStyle kDrawStyles[] = {
     {"standalone", "standalone"}, {"3dsmax", "3dsMax"}, {"3dsmaxqt", "3dsMaxQt"}, {"maya", "maya"}};
 
-bool Read(v8::Local<v8::Context> context, v8::Local<v8::Object> object, const char* key,
-          v8::Local<v8::Value>* value) {
-  v8::Local<v8::String> name;
-  return NewName(v8::Isolate::GetCurrent(), key).ToLocal(&name) &&
-         object->Has(context, name).FromMaybe(false) && object->Get(context, name).ToLocal(value);
-}
-
-void ReadText(v8::Local<v8::Context> context, v8::Local<v8::Object> object, const char* key,
-              std::string* text, bool* has_text) {
+void ReadText(OptionReader& keys, const char* key, std::string* text, bool* has_text) {
   v8::Local<v8::Value> value;
-  if (!Read(context, object, key, &value) || value->IsNullOrUndefined()) return;
-  std::string fresh;
-  if (!ReadString(context, value, &fresh)) return;
-  *text = std::move(fresh);
-  *has_text = true;
+  if (!keys.Value(key).ToLocal(&value) || value->IsNullOrUndefined()) return;
+  if (ReadString(keys.context(), value, text)) *has_text = true;
 }
 
 int32_t ReadDrawStyle(v8::Local<v8::Context> context, v8::Local<v8::Value> value) {
@@ -62,13 +52,6 @@ int32_t ReadDrawStyle(v8::Local<v8::Context> context, v8::Local<v8::Value> value
     if (EqualsIgnoringCase(text.view(), row.input)) return style;
   }
   return 0;
-}
-
-void ReadFlag(v8::Local<v8::Context> context, v8::Local<v8::Object> object, const FlagKey& row,
-              uint32_t* flags) {
-  v8::Local<v8::Value> value;
-  if (!Read(context, object, row.key, &value)) return;
-  *flags = value->BooleanValue(v8::Isolate::GetCurrent()) ? *flags | row.bit : *flags & ~row.bit;
 }
 
 bool SetText(v8::Isolate* isolate, v8::Local<v8::Object> object, const char* key, const char* text) {
@@ -106,14 +89,13 @@ bool Report(v8::Isolate* isolate, const KilnRendererOptions& record, v8::Local<v
 }  // namespace
 
 void RendererOptions::Fill(v8::Local<v8::Context> context, v8::Local<v8::Object> object) {
-  // A getter that throws leaves its field alone, and nothing pending.
-  v8::TryCatch try_catch(v8::Isolate::GetCurrent());
-  ReadText(context, object, "pluginLibraryPath", &plugin_library_path_, &has_plugin_library_path_);
+  OptionReader keys(context, object);
+  ReadText(keys, "pluginLibraryPath", &plugin_library_path_, &has_plugin_library_path_);
   v8::Local<v8::Value> style;
-  if (Read(context, object, "kvwDrawStyle", &style)) record_.kvwDrawStyle = ReadDrawStyle(context, style);
-  for (const FlagKey& row : kFlags) ReadFlag(context, object, row, &record_.flags);
-  ReadFlag(context, object, kUnreportedFlag, &record_.flags);
-  ReadText(context, object, "kvwLanguage", &kvw_language_, &has_kvw_language_);
+  if (keys.Value("kvwDrawStyle").ToLocal(&style)) record_.kvwDrawStyle = ReadDrawStyle(context, style);
+  for (const FlagKey& row : kFlags) keys.Bit(row.key, row.bit, &record_.flags);
+  keys.Bit(kUnreportedFlag.key, kUnreportedFlag.bit, &record_.flags);
+  ReadText(keys, "kvwLanguage", &kvw_language_, &has_kvw_language_);
 }
 
 const KilnRendererOptions* RendererOptions::Record() {

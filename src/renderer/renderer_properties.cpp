@@ -1,5 +1,6 @@
 // The accessors of a KilnRenderer. Nearly all are one call to the SDK and one conversion, and those are rows.
 #include "binding/error.h"
+#include "binding/option_reader.h"
 #include "binding/text.h"
 #include "module/sdk_library.h"
 #include "renderer/kiln_renderer.h"
@@ -86,38 +87,24 @@ void GetSize(Name, const GetterInfo& info) {
   }
 }
 
-// A key's value; empty when the object does not have it or it can't be read.
-v8::MaybeLocal<v8::Value> Key(v8::Local<v8::Context> context, v8::Local<v8::Object> object, const char* key) {
-  v8::Local<v8::String> name;
-  if (!NewName(v8::Isolate::GetCurrent(), key).ToLocal(&name) || !object->Has(context, name).FromMaybe(false))
-    return {};
-  return object->Get(context, name);
-}
-
-int32_t IntKey(v8::Local<v8::Context> context, v8::Local<v8::Object> object, const char* key) {
-  Value value;
-  return Key(context, object, key).ToLocal(&value) ? value->Int32Value(context).FromMaybe(0) : 0;
-}
-
 void SetSize(Name, Value value, const SetterInfo& info) {
-  v8::Isolate* isolate = info.GetIsolate();
-  v8::Local<v8::Context> context = ContextOf(isolate);
+  v8::Local<v8::Context> context = ContextOf(info.GetIsolate());
   v8::Local<v8::Object> size;
   if (!value->ToObject(context).ToLocal(&size)) return;
-  // What can't be read counts as missing, and its exception is thrown in the end.
-  v8::TryCatch try_catch(isolate);
-  const int32_t width = IntKey(context, size, "width");
-  const int32_t height = IntKey(context, size, "height");
-  int32_t flags = KILN_KEEP_CROP_REGION | KILN_KEEP_RENDER_REGION;
-  Value reset;
-  if (Key(context, size, "resetCropRegion").ToLocal(&reset) && reset->BooleanValue(isolate)) {
-    flags &= ~KILN_KEEP_CROP_REGION;
-  }
-  if (Key(context, size, "resetRenderRegion").ToLocal(&reset) && reset->BooleanValue(isolate)) {
-    flags &= ~KILN_KEEP_RENDER_REGION;
-  }
+  int32_t width = 0;
+  int32_t height = 0;
+  bool reset_crop_region = false;
+  bool reset_render_region = false;
+  OptionReader keys(context, size);
+  keys.Int("width", &width);
+  keys.Int("height", &height);
+  keys.Flag("resetCropRegion", &reset_crop_region);
+  keys.Flag("resetRenderRegion", &reset_render_region);
+  const int32_t flags =
+      (reset_crop_region ? 0 : KILN_KEEP_CROP_REGION) | (reset_render_region ? 0 : KILN_KEEP_RENDER_REGION);
   sdk.Kiln_KilnRenderer_setImageSizeEx(RendererOf(info).renderer, width, height, flags);
-  if (try_catch.HasCaught()) try_catch.ReThrow();
+  // What can't be read counts as missing, and its exception is thrown in the end.
+  keys.Rethrow();
 }
 
 struct Mode {
