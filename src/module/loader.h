@@ -1,4 +1,5 @@
-// The platform's loader of shared libraries. One implementation file per platform.
+// The platform's loader of shared libraries. An implementation file per platform, and one of what
+// those with dlopen share.
 #pragma once
 
 #include <string>

@@ -3,20 +3,17 @@
 #include <link.h>
 #include <sys/stat.h>
 
-#include <cstdlib>
 #include <set>
 #include <vector>
 
 #include "module/elf_file.h"
-#include "module/loader.h"
+#include "module/loader_posix.h"
 
 namespace KilnNodeWrapper::loader {
 
 const std::string_view kDefaultName = "libKilnSDKLibrary.so";
 
 namespace {
-
-thread_local std::string last_failure;
 
 bool Exists(const std::string& path) {
   struct stat info {};
@@ -63,10 +60,6 @@ void OpenNeighbours(const ElfFile& file, const std::string& directory, std::set<
 
 }  // namespace
 
-std::string LibraryPath(std::string_view directory, bool add_bin) {
-  return std::string(directory) + (add_bin ? "/bin/" : "/") + std::string(kDefaultName);
-}
-
 void* Open(const std::string& path) {
   last_failure.clear();
   const std::string file = path.empty() ? FindByName(std::string(kDefaultName)) : path;
@@ -80,40 +73,16 @@ void* Open(const std::string& path) {
   void* library = nullptr;
   if (last_failure.empty()) {
     library = dlopen(file.empty() ? kDefaultName.data() : file.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (!library) last_failure = dlerror();
+    if (!library) KeepFailure();
   }
   for (void* neighbour : neighbours) dlclose(neighbour);
   return library;
-}
-
-void Close(void* library) {
-  dlclose(library);
-}
-
-void* Symbol(void* library, const char* name) {
-  void* address = dlsym(library, name);
-  if (!address) {
-    const char* reason = dlerror();
-    last_failure = reason ? reason : "";
-  }
-  return address;
 }
 
 std::string ModulePath(void* library) {
   link_map* map = nullptr;
   if (dlinfo(library, RTLD_DI_LINKMAP, &map) != 0 || !map || !map->l_name) return {};
   return map->l_name;
-}
-
-std::string LastFailure() {
-  return last_failure;
-}
-
-bool ReadVariable(const char* name, std::string* value) {
-  const char* text = std::getenv(name);
-  if (!text) return false;
-  *value = text;
-  return true;
 }
 
 }  // namespace KilnNodeWrapper::loader

@@ -1,4 +1,5 @@
-// Priority and processors of a process. One implementation file per platform.
+// Priority and processors of a process. An implementation file per platform, and one of what the POSIX ones
+// share.
 #pragma once
 
 #include <cstdint>

@@ -1,8 +1,5 @@
-// Nice values stand for priorities, a processor set for a NUMA node.
+// A processor set stands for a NUMA node.
 #include <sched.h>
-#include <signal.h>
-#include <sys/resource.h>
-#include <unistd.h>
 
 #include <fstream>
 #include <string>
@@ -11,22 +8,6 @@
 
 namespace KilnNodeWrapper::process {
 namespace {
-
-int Nice(Priority priority) {
-  switch (priority) {
-    case Priority::kIdle:
-      return 19;
-    case Priority::kBelowNormal:
-      return 10;
-    case Priority::kNormal:
-      return 0;
-    case Priority::kAboveNormal:
-      return -5;
-    case Priority::kHigh:
-      return -10;
-  }
-  return 0;
-}
 
 // The node's processors from the kernel's list, such as "0-3,8"; false when there is no such node.
 bool ReadProcessors(uint8_t node, cpu_set_t* processors) {
@@ -43,12 +24,6 @@ bool ReadProcessors(uint8_t node, cpu_set_t* processors) {
 }
 
 }  // namespace
-
-bool SetPriority(int32_t pid, Priority priority) {
-  if (pid < 0 || (pid != 0 && kill(pid, 0) != 0)) return false;
-  setpriority(PRIO_PROCESS, static_cast<id_t>(pid), Nice(priority));
-  return true;
-}
 
 bool SetNumaNode(int32_t pid, uint8_t node) {
   cpu_set_t processors;
