@@ -30,14 +30,14 @@ void Change(const Arguments& info, FloatChange change) {
 }
 
 // A colour with alpha is premultiplied; an object that is no colour is black.
-KilnImageColor ReadColor(Environment& environment, v8::Local<v8::Value> value) {
+KilnImageColor ReadColor(v8::Local<v8::Value> value) {
   KilnValuesNodeWrapper::AColor with_alpha;
   KilnValuesNodeWrapper::Color color;
-  if (ReadValue(environment, value, &with_alpha)) {
+  if (ReadValue(value, &with_alpha)) {
     const auto& [r, g, b, a] = with_alpha;
     color = {r * a, g * a, b * a};
   } else {
-    ReadValue(environment, value, &color);
+    ReadValue(value, &color);
   }
   return {static_cast<float>(color.r), static_cast<float>(color.g), static_cast<float>(color.b)};
 }
@@ -192,7 +192,7 @@ void MakeNegative(const Arguments& info) {
 void AddColor(const Arguments& info) {
   KilnImageHandle image = OpenImageOf(info);
   if (!image || !info[0]->IsObject()) return;
-  const KilnImageColor color = ReadColor(EnvironmentOf(info), info[0]);
+  const KilnImageColor color = ReadColor(info[0]);
   info.GetReturnValue().Set(sdk.KilnImage_addColor(image, &color) != 0);
 }
 

@@ -13,31 +13,30 @@ double AlphaOf(v8::Local<v8::Context> context, v8::Local<v8::Value> value) {
   return value->NumberValue(context).FromMaybe(1);
 }
 
-bool ReadElements(v8::Local<v8::Context> context, v8::Local<v8::Array> array, AColor* value) {
-  const uint32_t length = array->Length();
-  if (length < 3) return true;
-  v8::Local<v8::Value> alpha;
-  if (!ElementOf(context, array, 0, &value->r) || !ElementOf(context, array, 1, &value->g) ||
-      !ElementOf(context, array, 2, &value->b)) {
-    return false;
+// What stands for the alpha behind three components, if anything does. False with an exception pending.
+bool ReadAlpha(const Arguments& info, AColor* value) {
+  v8::Local<v8::Context> context = info.GetIsolate()->GetCurrentContext();
+  v8::Local<v8::Value> alpha = info[3];
+  if (info.Length() < 3) {
+    v8::Local<v8::Array> array = info[0].As<v8::Array>();
+    if (array->Length() < 4) return true;
+    if (!array->Get(context, 3).ToLocal(&alpha)) return false;
+  } else if (info.Length() < 4) {
+    return true;
   }
-  if (length < 4) return true;
-  if (!array->Get(context, 3).ToLocal(&alpha)) return false;
   value->a = AlphaOf(context, alpha);
   return true;
 }
 
 void Construct(const Arguments& info) {
   if (!IsConstructing<AColor>(info)) return;
-  v8::Local<v8::Context> context = info.GetIsolate()->GetCurrentContext();
-  AColor value;
+  std::array<double, 3> components;
+  const Triple read = ReadComponents(info, &components);
+  AColor value{components[0], components[1], components[2]};
   Color color;
-  if (info.Length() >= 3) {
-    value = {NumberOf(context, info[0]), NumberOf(context, info[1]), NumberOf(context, info[2]),
-             info.Length() >= 4 ? AlphaOf(context, info[3]) : 1};
-  } else if (info[0]->IsArray()) {
-    if (!ReadElements(context, info[0].As<v8::Array>(), &value)) return;
-  } else if (!ReadArgument(info, 0, &value) && ReadArgument(info, 0, &color)) {
+  if (read == Triple::kFailed || (read == Triple::kRead && !ReadAlpha(info, &value))) return;
+  if (read == Triple::kOther && !ReadArgument(info, 0, &value) && ReadArgument(info, 0, &color)) {
+    v8::Local<v8::Context> context = info.GetIsolate()->GetCurrentContext();
     value = {color.r, color.g, color.b, info.Length() >= 2 ? AlphaOf(context, info[1]) : 1};
   }
   SaveValue(info.This(), value);

@@ -13,18 +13,12 @@ constexpr int32_t kSpaceSRGB = 1;  // the default of every colour space argument
 
 void Construct(const Arguments& info) {
   if (!IsConstructing<Color>(info)) return;
-  v8::Local<v8::Context> context = info.GetIsolate()->GetCurrentContext();
-  Color value;
+  std::array<double, 3> components;
+  const Triple read = ReadComponents(info, &components);
+  if (read == Triple::kFailed) return;
+  auto value = std::bit_cast<Color>(components);
   AColor with_alpha;
-  if (info.Length() >= 3) {
-    value = {NumberOf(context, info[0]), NumberOf(context, info[1]), NumberOf(context, info[2])};
-  } else if (info[0]->IsArray()) {
-    if (info[0].As<v8::Array>()->Length() >= 3 &&
-        (!ElementOf(context, info[0], 0, &value.r) || !ElementOf(context, info[0], 1, &value.g) ||
-         !ElementOf(context, info[0], 2, &value.b))) {
-      return;
-    }
-  } else if (!ReadArgument(info, 0, &value) && ReadArgument(info, 0, &with_alpha)) {
+  if (read == Triple::kOther && !ReadArgument(info, 0, &value) && ReadArgument(info, 0, &with_alpha)) {
     value = {with_alpha.r, with_alpha.g, with_alpha.b};
   }
   SaveValue(info.This(), value);

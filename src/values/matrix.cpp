@@ -37,11 +37,11 @@ void ConstructFromOne(const Arguments& info) {
 }
 
 void ConstructFromColumns(const Arguments& info) {
-  Environment& environment = EnvironmentOf(info);
+  v8::Local<v8::Context> context = info.GetIsolate()->GetCurrentContext();
   Matrix matrix;
   for (int i = 0; i < 3; i++) {
     Vector column;
-    if (!ReadTriple(environment, info[i], false, &column)) return;
+    if (!ReadTriple(context, info[i], false, &column)) return;
     matrix.SetColumn(i, column);
     if (IsValue<Vector>(info[i])) SetObjectField(info.This(), i, info[i]);
   }
@@ -206,12 +206,11 @@ v8::MaybeLocal<v8::Object> ColumnOf(Environment& environment, v8::Local<v8::Obje
   return made;
 }
 
-bool ReadTriple(Environment& environment, v8::Local<v8::Value> value, bool as_far, Vector* result) {
+bool ReadTriple(v8::Local<v8::Context> context, v8::Local<v8::Value> value, bool as_far, Vector* result) {
   if (!value->IsArray()) {
-    ReadValue(environment, value, result);
+    ReadValue(value, result);
     return true;
   }
-  v8::Local<v8::Context> context = environment.isolate()->GetCurrentContext();
   const uint32_t length = as_far ? value.As<v8::Array>()->Length() : 3;
   double* components[] = {&result->x, &result->y, &result->z};
   for (uint32_t i = 0; i < 3 && i < length; i++) {

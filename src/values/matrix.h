@@ -11,6 +11,6 @@ v8::MaybeLocal<v8::Object> ColumnOf(Environment& environment, v8::Local<v8::Obje
 
 // An array's first three elements as far as it reaches and `as_far` says so, or a Vector's components;
 // anything else leaves the result as it is. False with an exception pending.
-bool ReadTriple(Environment& environment, v8::Local<v8::Value> value, bool as_far, Vector* result);
+bool ReadTriple(v8::Local<v8::Context> context, v8::Local<v8::Value> value, bool as_far, Vector* result);
 
 }  // namespace KilnNodeWrapper::KilnValuesNodeWrapper

@@ -18,21 +18,21 @@ void ConstructFromNumbers(const Arguments& info) {
 
 // Three columns and an offset, each a vector or an array as far as it reaches.
 void ConstructFromColumns(const Arguments& info) {
-  Environment& environment = EnvironmentOf(info);
+  v8::Local<v8::Context> context = info.GetIsolate()->GetCurrentContext();
   Transform transform;
   for (int i = 0; i < 3; i++) {
     Vector column;
-    if (!ReadTriple(environment, info[i], true, &column)) return;
+    if (!ReadTriple(context, info[i], true, &column)) return;
     transform.matrix.SetColumn(i, column);
   }
-  if (ReadTriple(environment, info[3], true, &transform.offset)) SaveValue(info.This(), transform);
+  if (ReadTriple(context, info[3], true, &transform.offset)) SaveValue(info.This(), transform);
 }
 
 // The matrix object is kept, and so is an offset that is a Vector.
 void ConstructFromMatrix(const Arguments& info) {
   Transform transform;
   ReadArgument(info, 0, &transform.matrix);
-  if (!ReadTriple(EnvironmentOf(info), info[1], true, &transform.offset)) return;
+  if (!ReadTriple(info.GetIsolate()->GetCurrentContext(), info[1], true, &transform.offset)) return;
   SetObjectField(info.This(), kMatrixField, info[0]);
   if (IsValue<Vector>(info[1])) SetObjectField(info.This(), kOffsetField, info[1]);
   SaveValue(info.This(), transform);

@@ -14,6 +14,21 @@ bool ElementOf(v8::Local<v8::Context> context, v8::Local<v8::Value> array, uint3
   return true;
 }
 
+Triple ReadComponents(const Arguments& info, std::array<double, 3>* components) {
+  v8::Local<v8::Context> context = info.GetIsolate()->GetCurrentContext();
+  *components = {};
+  if (info.Length() >= 3) {
+    for (int i = 0; i < 3; i++) (*components)[i] = NumberOf(context, info[i]);
+    return Triple::kRead;
+  }
+  if (!info[0]->IsArray()) return Triple::kOther;
+  if (info[0].As<v8::Array>()->Length() < 3) return Triple::kRead;
+  for (uint32_t i = 0; i < 3; i++) {
+    if (!ElementOf(context, info[0], i, &(*components)[i])) return Triple::kFailed;
+  }
+  return Triple::kRead;
+}
+
 v8::Local<v8::FunctionTemplate> NewValueClass(v8::Isolate* isolate, v8::Local<v8::External> external,
                                               const ValueFace& face, int fields) {
   v8::Local<v8::FunctionTemplate> result =

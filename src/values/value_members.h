@@ -23,6 +23,11 @@ inline bool IsNumberLike(v8::Local<v8::Value> value) {
   return value->IsNumber() || value->IsNumberObject();
 }
 
+// What the constructors of three components have in common: three numbers, or one array, of which nothing is
+// read when it has fewer elements. kOther: argument 0 is something else; kFailed: an exception is pending.
+enum class Triple { kRead, kOther, kFailed };
+Triple ReadComponents(const Arguments& info, std::array<double, 3>* components);
+
 template <class T>
 bool ReadArgument(const Arguments& info, int index, T* value) {
   if (!IsValue<T>(info[index])) return false;

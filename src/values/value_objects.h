@@ -74,7 +74,7 @@ bool IsValue(v8::Local<v8::Value> value) {
 // The components of an instance of the type's class, or of a subclass; false for any other value. Never
 // throws.
 template <class T>
-bool ReadValue(Environment& /*environment*/, v8::Local<v8::Value> value, T* result) {
+bool ReadValue(v8::Local<v8::Value> value, T* result) {
   if (!IsValue<T>(value)) return false;
   *result = LoadValue<T>(value.As<v8::Object>());
   return true;

@@ -5,43 +5,6 @@
 namespace KilnNodeWrapper::KilnValuesNodeWrapper {
 namespace {
 
-template <class Function>
-Vector Each(const Vector& a, const Vector& b, Function f) {
-  return {f(a.x, b.x), f(a.y, b.y), f(a.z, b.z)};
-}
-template <class Function>
-Color Each(const Color& a, const Color& b, Function f) {
-  return {f(a.r, b.r), f(a.g, b.g), f(a.b, b.b)};
-}
-template <class Function>
-AColor Each(const AColor& a, const AColor& b, Function f) {
-  return {f(a.r, b.r), f(a.g, b.g), f(a.b, b.b), f(a.a, b.a)};
-}
-template <class Function>
-Matrix Each(const Matrix& a, const Matrix& b, Function f) {
-  Matrix result;
-  for (int i = 0; i < 9; i++) result.m[i] = f(a.m[i], b.m[i]);
-  return result;
-}
-template <class Function>
-Transform Each(const Transform& a, const Transform& b, Function f) {
-  return {Each(a.matrix, b.matrix, f), Each(a.offset, b.offset, f)};
-}
-
-constexpr auto kAdd = [](double x, double y) { return x + y; };
-constexpr auto kSub = [](double x, double y) { return x - y; };
-constexpr auto kMul = [](double x, double y) { return x * y; };
-constexpr auto kDiv = [](double x, double y) { return x / y; };
-
-template <class T>
-T Scaled(const T& a, double n) {
-  return Each(a, a, [n](double x, double) { return x * n; });
-}
-template <class T>
-T Negated(const T& a) {
-  return Each(a, a, [](double x, double) { return -x; });
-}
-
 double LinearToSRGB(double c) {
   return c > 0.0031308 ? std::pow(c, 0.4166666666666667) * 1.055 - 0.055 : c * 12.92;
 }
@@ -64,94 +27,6 @@ void Matrix::SetColumn(int index, const Vector& v) {
   m[3 * index] = v.x;
   m[3 * index + 1] = v.y;
   m[3 * index + 2] = v.z;
-}
-
-Vector Add(const Vector& a, const Vector& b) {
-  return Each(a, b, kAdd);
-}
-Vector Sub(const Vector& a, const Vector& b) {
-  return Each(a, b, kSub);
-}
-Vector Mul(const Vector& a, const Vector& b) {
-  return Each(a, b, kMul);
-}
-Vector Mul(const Vector& a, double n) {
-  return Scaled(a, n);
-}
-Vector Div(const Vector& a, const Vector& b) {
-  return Each(a, b, kDiv);
-}
-Vector Div(const Vector& a, double n) {
-  return Scaled(a, 1.0 / n);
-}
-Vector Negative(const Vector& a) {
-  return Negated(a);
-}
-Color Add(const Color& a, const Color& b) {
-  return Each(a, b, kAdd);
-}
-Color Sub(const Color& a, const Color& b) {
-  return Each(a, b, kSub);
-}
-Color Mul(const Color& a, const Color& b) {
-  return Each(a, b, kMul);
-}
-Color Mul(const Color& a, double n) {
-  return Scaled(a, n);
-}
-Color Div(const Color& a, const Color& b) {
-  return Each(a, b, kDiv);
-}
-Color Div(const Color& a, double n) {
-  return Scaled(a, 1.0 / n);
-}
-AColor Mul(const AColor& a, const AColor& b) {
-  return Each(a, b, kMul);
-}
-AColor Mul(const AColor& a, double n) {
-  return Scaled(a, n);
-}
-AColor Div(const AColor& a, const AColor& b) {
-  return Each(a, b, kDiv);
-}
-AColor Div(const AColor& a, double n) {
-  return Scaled(a, 1.0 / n);
-}
-AColor Add(const AColor& a, const Color& b) {
-  return Each(a, {b.r, b.g, b.b, 0}, kAdd);
-}
-AColor Sub(const AColor& a, const Color& b) {
-  return Each(a, {b.r, b.g, b.b, 0}, kSub);
-}
-Matrix Add(const Matrix& a, const Matrix& b) {
-  return Each(a, b, kAdd);
-}
-Matrix Sub(const Matrix& a, const Matrix& b) {
-  return Each(a, b, kSub);
-}
-Matrix Mul(const Matrix& a, double n) {
-  return Scaled(a, n);
-}
-Matrix Div(const Matrix& a, double n) {
-  return Scaled(a, 1.0 / n);
-}
-Matrix Negative(const Matrix& a) {
-  return Negated(a);
-}
-Transform Add(const Transform& a, const Transform& b) {
-  return Each(a, b, kAdd);
-}
-Transform Sub(const Transform& a, const Transform& b) {
-  return Each(a, b, kSub);
-}
-Transform Mul(const Transform& a, double n) {
-  return Scaled(a, n);
-}
-Transform Div(const Transform& a, double n) {
-  return Scaled(a, 1.0 / n);
-}
-Transform Negative(const Transform& a) {
-  return Negated(a);
 }
 
 double Dot(const Vector& a, const Vector& b) {

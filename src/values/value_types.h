@@ -2,6 +2,11 @@
 // operations give equal results to the last bit, so the order of the operations is part of each function.
 #pragma once
 
+#include <array>
+#include <bit>
+#include <concepts>
+#include <cstddef>
+
 namespace KilnNodeWrapper::KilnValuesNodeWrapper {
 
 // Below this length, or squared length, a vector has no direction.
@@ -35,36 +40,58 @@ struct AColor {
 
 // --- By components.
 
-Vector Add(const Vector& a, const Vector& b);
-Vector Sub(const Vector& a, const Vector& b);
-Vector Mul(const Vector& a, const Vector& b);
-Vector Mul(const Vector& a, double n);
-Vector Div(const Vector& a, const Vector& b);
-Vector Div(const Vector& a, double n);  // by the reciprocal
-Vector Negative(const Vector& a);
-Color Add(const Color& a, const Color& b);
-Color Sub(const Color& a, const Color& b);
-Color Mul(const Color& a, const Color& b);
-Color Mul(const Color& a, double n);
-Color Div(const Color& a, const Color& b);
-Color Div(const Color& a, double n);
-AColor Mul(const AColor& a, const AColor& b);
-AColor Mul(const AColor& a, double n);
-AColor Div(const AColor& a, const AColor& b);
-AColor Div(const AColor& a, double n);
+namespace detail {
+template <class T, class Function>
+T Each(const T& a, const T& b, Function f) {
+  using Components = std::array<double, sizeof(T) / sizeof(double)>;
+  auto result = std::bit_cast<Components>(a);
+  const auto others = std::bit_cast<Components>(b);
+  for (size_t i = 0; i < result.size(); i++) result[i] = f(result[i], others[i]);
+  return std::bit_cast<T>(result);
+}
+}  // namespace detail
+
+template <class T>
+concept TupleType = std::same_as<T, Vector> || std::same_as<T, Color> || std::same_as<T, AColor>;
+template <class T>
+concept ValueType = TupleType<T> || std::same_as<T, Matrix> || std::same_as<T, Transform>;
+
+template <ValueType T>
+T Add(const T& a, const T& b) {
+  return detail::Each(a, b, [](double x, double y) { return x + y; });
+}
+template <ValueType T>
+T Sub(const T& a, const T& b) {
+  return detail::Each(a, b, [](double x, double y) { return x - y; });
+}
+template <TupleType T>
+T Mul(const T& a, const T& b) {
+  return detail::Each(a, b, [](double x, double y) { return x * y; });
+}
+template <TupleType T>
+T Div(const T& a, const T& b) {
+  return detail::Each(a, b, [](double x, double y) { return x / y; });
+}
+template <ValueType T>
+T Mul(const T& a, double n) {
+  return detail::Each(a, a, [n](double x, double) { return x * n; });
+}
+// By the reciprocal.
+template <ValueType T>
+T Div(const T& a, double n) {
+  return Mul(a, 1.0 / n);
+}
+template <ValueType T>
+T Negative(const T& a) {
+  return detail::Each(a, a, [](double x, double) { return -x; });
+}
 // A Color has no alpha: it leaves the alpha of the AColor as it is.
-AColor Add(const AColor& a, const Color& b);
-AColor Sub(const AColor& a, const Color& b);
-Matrix Add(const Matrix& a, const Matrix& b);
-Matrix Sub(const Matrix& a, const Matrix& b);
-Matrix Mul(const Matrix& a, double n);
-Matrix Div(const Matrix& a, double n);
-Matrix Negative(const Matrix& a);
-Transform Add(const Transform& a, const Transform& b);
-Transform Sub(const Transform& a, const Transform& b);
-Transform Mul(const Transform& a, double n);
-Transform Div(const Transform& a, double n);
-Transform Negative(const Transform& a);
+inline AColor Add(const AColor& a, const Color& b) {
+  return Add(a, AColor{b.r, b.g, b.b, 0});
+}
+inline AColor Sub(const AColor& a, const Color& b) {
+  return Sub(a, AColor{b.r, b.g, b.b, 0});
+}
 
 // --- Vectors.
 

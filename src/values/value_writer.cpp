@@ -146,19 +146,19 @@ bool ValueWriter::WriteObject(v8::Local<v8::Object> object) {
   Vector vector;
   Matrix matrix;
   Transform transform;
-  if (ReadValue(environment_, object, &acolor)) {
+  if (ReadValue(object, &acolor)) {
     AppendTag(KILN_VALUE_ACOLOR);
     Append(NarrowValue(acolor));
-  } else if (ReadValue(environment_, object, &color)) {
+  } else if (ReadValue(object, &color)) {
     AppendTag(KILN_VALUE_COLOR);
     Append(NarrowValue(color));
-  } else if (ReadValue(environment_, object, &vector)) {
+  } else if (ReadValue(object, &vector)) {
     AppendTag(KILN_VALUE_VECTOR);
     Append(NarrowValue(vector));
-  } else if (ReadValue(environment_, object, &matrix)) {
+  } else if (ReadValue(object, &matrix)) {
     AppendTag(KILN_VALUE_MATRIX);
     Append(NarrowValue(matrix));
-  } else if (ReadValue(environment_, object, &transform)) {
+  } else if (ReadValue(object, &transform)) {
     AppendTag(KILN_VALUE_TRANSFORM);
     Append(NarrowValue(transform.matrix));
     Append(transform.offset);
@@ -246,11 +246,11 @@ bool ValueWriter::WriteElement(uint32_t tag, v8::Local<v8::Value> element) {
       Append(static_cast<float>(number));
       return true;
     case KILN_VALUE_VECTOR_LIST:
-      if (!ReadValue(environment_, element, &vector)) return Refuse();
+      if (!ReadValue(element, &vector)) return Refuse();
       Append(NarrowValue(vector));
       return true;
     case KILN_VALUE_COLOR_LIST:
-      if (!ReadValue(environment_, element, &color)) return Refuse();
+      if (!ReadValue(element, &color)) return Refuse();
       Append(NarrowValue(color));
       return true;
     default:

@@ -11,19 +11,11 @@ constexpr char kNeedsM[] = "Argument 0 (m: Matrix) should be passed";
 
 void Construct(const Arguments& info) {
   if (!IsConstructing<Vector>(info)) return;
-  v8::Local<v8::Context> context = info.GetIsolate()->GetCurrentContext();
-  Vector value;
-  if (info.Length() >= 3) {
-    value = {NumberOf(context, info[0]), NumberOf(context, info[1]), NumberOf(context, info[2])};
-  } else if (info[0]->IsArray()) {
-    if (info[0].As<v8::Array>()->Length() >= 3 &&
-        (!ElementOf(context, info[0], 0, &value.x) || !ElementOf(context, info[0], 1, &value.y) ||
-         !ElementOf(context, info[0], 2, &value.z))) {
-      return;
-    }
-  } else {
-    ReadArgument(info, 0, &value);
-  }
+  std::array<double, 3> components;
+  const Triple read = ReadComponents(info, &components);
+  if (read == Triple::kFailed) return;
+  auto value = std::bit_cast<Vector>(components);
+  if (read == Triple::kOther) ReadArgument(info, 0, &value);
   SaveValue(info.This(), value);
 }
 
