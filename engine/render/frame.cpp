@@ -7,17 +7,9 @@ FrameRenderer::FrameRenderer(std::shared_ptr<const RenderScene> scene, int width
                              const std::optional<RegionF>& crop, LightStrategy strategy)
     : scene_(std::move(scene)),
       integrator_(*scene_, strategy),
-      filter_(scene_->settings.box_filter, scene_->settings.filter_radius) {
-  const RegionF window = crop.value_or(RegionF{0, 0, 1, 1});
-  // Pixels stay square: the whole camera image is as much larger than the frame as the window is smaller than
-  // it.
-  aspect_ = (static_cast<float>(width) / window.width) / (static_cast<float>(height) / window.height);
-  scale_x_ = 2 * window.width / static_cast<float>(width);
-  shift_x_ = 2 * window.left - 1;
-  scale_y_ = -2 * window.height / static_cast<float>(height);
-  shift_y_ = 1 - 2 * window.top;
-  spread_ = scene_->camera->PixelSpread(window.height / static_cast<float>(height), aspect_);
-}
+      filter_(scene_->settings.box_filter, scene_->settings.filter_radius),
+      window_(width, height, crop),
+      spread_(scene_->camera->PixelSpread(window_.pixel_height, window_.aspect)) {}
 
 bool FrameRenderer::RenderBucket(const Bucket& bucket, int first, int count,
                                  const std::atomic<bool>& interrupt, Film* film,
@@ -44,9 +36,9 @@ bool FrameRenderer::RenderPixel(int x, int y, int first, int count, FilmPixel* p
                           scene_->settings.seed);
     const Sample4 u = sampler.Get(0);
     const Vec2 offset = filter_.Sample(u.xy());
-    const Vec2 screen{(static_cast<float>(x) + 0.5f + offset.x) * scale_x_ + shift_x_,
-                      (static_cast<float>(y) + 0.5f + offset.y) * scale_y_ + shift_y_};
-    const CameraRay ray = camera.Generate(screen, aspect_, u.zw());
+    const Vec2 screen =
+        window_.ToScreen({static_cast<float>(x) + 0.5f + offset.x, static_cast<float>(y) + 0.5f + offset.y});
+    const CameraRay ray = camera.Generate(screen, window_.aspect, u.zw());
     const PathResult path = integrator_.Trace(ray, spread_, sampler, statistics);
     const Color radiance = path.radiance * camera.exposure();
     if (!IsFinite(radiance)) {

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "engine/render/film.h"
+#include "engine/render/image_window.h"
 #include "engine/render/integrator.h"
 #include "engine/render/pixel_filter.h"
 #include "engine/render/render_scene.h"
@@ -33,8 +34,8 @@ class FrameRenderer {
   std::shared_ptr<const RenderScene> scene_;
   PathIntegrator integrator_;
   PixelFilter filter_;
-  float scale_x_, scale_y_, shift_x_, shift_y_;  // from pixels to the camera's screen
-  float aspect_, spread_;
+  ImageWindow window_;
+  float spread_;
 };
 
 }  // namespace kiln::engine::render

@@ -61,8 +61,9 @@ struct SceneObject {
   Vec3 offset;
   Matrix normal_matrix;  // inverse transpose
   scene::PluginId id = scene::kNoPlugin;
-  int32_t mesh_light = -1;  // index into lights, of an emissive mesh
-  float area_scale = 1;     // lengths in the world per length of the mesh
+  scene::PluginId material_id = scene::kNoPlugin;  // none: it has none, or is its own
+  int32_t mesh_light = -1;                         // index into lights, of an emissive mesh
+  float area_scale = 1;                            // lengths in the world per length of the mesh
   bool opaque = true;
   bool emissive = false;
   bool has_volume = false;
@@ -132,6 +133,8 @@ class RenderScene {
   std::shared_ptr<const Channel> channel;  // shown in place of the light; null for the light
   std::vector<SceneObject> objects;
   std::vector<std::shared_ptr<const Light>> lights;
+  // The instances of the first lights; those behind them, of meshes and of the background, have none.
+  std::vector<scene::PluginId> light_ids;
   std::vector<std::shared_ptr<const void>> keep_alive;  // materials and textures
   uint64_t change_index = 0;
 

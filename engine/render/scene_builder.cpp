@@ -191,7 +191,10 @@ std::shared_ptr<const RenderScene> SceneBuilder::Build(const scene::Scene& scene
     const scene::Instance* instance = snapshot_.Find(id);
     if (instance == nullptr || instance->type == nullptr) continue;
     if (instance->type->evaluation.light != nullptr) {
-      if (auto light = Get(lights_, id, &scene::Evaluation::light)) out->lights.push_back(std::move(light));
+      if (auto light = Get(lights_, id, &scene::Evaluation::light)) {
+        out->lights.push_back(std::move(light));
+        out->light_ids.push_back(id);
+      }
     } else if (instance->type->is_object) {
       AddObject(*instance, out.get());
     }
@@ -275,6 +278,7 @@ void SceneBuilder::AddObject(const scene::Instance& instance, RenderScene* out) 
   object.material = material.get();
   out->keep_alive.push_back(std::move(material));
   object.id = instance.id;
+  if (!own_material) object.material_id = in.Reference("material").id;
   object.visible_to_camera = in.Bool("visibleToCamera");
   out->objects.push_back(std::move(object));
 }
