@@ -26,8 +26,8 @@
 // ignore(name) keeps a busy entry point out of the log, countOnly(true) everything. faults() takes the faults: blocks
 // freed twice, unknown handles and the like. Those that nobody has taken fail the process at its end.
 //
-// Memory. live() tells what the host still holds: {blocks, bytes, handles, vectors, kept, threads}; liveCounts() only
-// counts. protect(true) makes a late access a SIGSEGV. failAllocations(skip, count) makes C_memory_alloc answer null.
+// Memory. live() tells what the host still holds: {blocks, bytes, handles, vectors, kept, threads, callbacks}; liveCounts()
+// only counts. protect(true) makes a late access a SIGSEGV. failAllocations(skip, count) makes C_memory_alloc answer null.
 //
 // Callbacks. raise(setter, fields, options) resolves to {delivered, result, sum, ms, after}; see raise below.
 
@@ -173,6 +173,16 @@ const recorder = {
     live.blocks.forEach((block) => { block.address = BigInt(`0x${block.address}`); });
     live.handles.forEach((handle) => { handle.handle = BigInt(`0x${handle.handle}`); });
     return live;
+  },
+
+  // Blocks, without a turn of the loop, until an SDK thread is inside a callback.
+  awaitCallback({timeout = 10000} = {}) {
+    const end = Date.now() + timeout;
+    const cell = new Int32Array(new SharedArrayBuffer(4));
+    while (command('live').callbacks === 0) {
+      if (Date.now() > end) throw new Error('No callback came');
+      Atomics.wait(cell, 0, 0, 1);
+    }
   },
 
   liveCounts: () => command('count_live'),

@@ -227,6 +227,13 @@ int RunningThreads() {
   return The().threads;
 }
 
+int RunningCallbacks() {
+  const std::lock_guard lock(The().mutex);
+  int sum = 0;
+  for (const auto& [handle, count] : The().running) sum += count;
+  return sum;
+}
+
 void SetJoinOnUnload(bool join) {
   const std::lock_guard lock(The().mutex);
   The().join_on_unload = join;

@@ -57,6 +57,8 @@ RaiseResult RaiseAndWait(const RaiseRequest& request);
 // Runs the work on a thread of the recorder, which an unload that joins waits for.
 void RunOnThread(std::function<void()> work);
 int RunningThreads();
+// How many callbacks have begun and not returned.
+int RunningCallbacks();
 
 // Whether the unload of a library joins the recorder's threads.
 void SetJoinOnUnload(bool join);

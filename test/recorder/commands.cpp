@@ -148,7 +148,8 @@ Json ListLive(const Json&) {
           {"handles", handles},
           {"vectors", LiveVectors()},
           {"kept", KeptMemory().size()},
-          {"threads", RunningThreads()}};
+          {"threads", RunningThreads()},
+          {"callbacks", RunningCallbacks()}};
 }
 
 Json CountLive(const Json&) {

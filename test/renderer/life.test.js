@@ -278,9 +278,8 @@ test('a renderer that is collected while its callback is parked lets the thread 
     const renderer = open();
     turn(renderer, 0, true);
     raised = recorder.raise(setter('StateChanged'), {first: 1}, {count: 1});
-    const end = Date.now() + 30;
     // The loop does not turn, so the thread is parked, and only the collection can wake it.
-    while (Date.now() < end) { /* the SDK's thread comes meanwhile */ }
+    recorder.awaitCallback();
   })();
   let released = false;
   for (let i = 0; i < 5 && !released; ++i) {
