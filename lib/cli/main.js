@@ -1,17 +1,21 @@
 // Chooses the command, and turns whatever goes wrong into one sentence and an exit code.
 'use strict';
 
-const { readInfo, readRender } = require('./arguments.js');
+const { readClasses, readInfo, readRender } = require('./arguments.js');
 const { CommandFailure, EXIT } = require('./failure.js');
+const { refuse } = require('./options.js');
+const { didYouMean } = require('./nearest.js');
 const { version } = require('../../package.json');
 
 const HELP = `Renders scenes and models to pictures.
 
   kiln render SCENE -o PICTURE [options]
+  kiln classes [NAME] [--json]
   kiln info [--json]
 
 SCENE     a scene text (.toml), or a model: .gltf, .glb, .obj, .ply, .stl, .fbx and others
 PICTURE   .png, .jpg, .bmp, .tif or .exr
+NAME      a class of plugins, for its properties, or a category; all classes otherwise
 
 Options of render:
   -o, --output PICTURE   where to write
@@ -31,6 +35,13 @@ Exit codes: 0 done, 1 the scene, the render or the file failed, 2 wrong argument
 130 interrupted.
 `;
 
+// The modules are loaded when they are needed: help and wrong arguments need no library.
+const COMMANDS = {
+  render: (args) => require('./render.js').render(readRender(args)),
+  classes: (args) => require('./classes.js').classes(readClasses(args)),
+  info: (args) => require('./info.js').info(readInfo(args)),
+};
+
 async function run(args) {
   const [command, ...rest] = args;
   if (command === '--version') {
@@ -41,10 +52,10 @@ async function run(args) {
     process.stdout.write(HELP);
     return EXIT.OK;
   }
-  if (command === 'render') return require('./render.js').render(readRender(rest));
-  if (command === 'info') return require('./info.js').info(readInfo(rest));
-  const problem = command === undefined ? 'Name a command: render or info.' : `There is no command "${command}".`;
-  throw new CommandFailure(EXIT.USAGE, `${problem} See "kiln --help".`);
+  const names = Object.keys(COMMANDS);
+  if (command === undefined) return refuse(`Name a command: ${names.join(', ')}.`);
+  if (!names.includes(command)) return refuse(`There is no command "${command}"${didYouMean(command, names)}`);
+  return COMMANDS[command](rest);
 }
 
 function report(error, args) {

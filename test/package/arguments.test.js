@@ -3,7 +3,7 @@
 
 const assert = require('assert');
 const { test } = require('node:test');
-const { readInfo, readRender } = require('../../lib/cli/arguments.js');
+const { readClasses, readInfo, readRender } = require('../../lib/cli/arguments.js');
 const { EXIT } = require('../../lib/cli/failure.js');
 const { Progress, formatSeconds } = require('../../lib/cli/progress.js');
 
@@ -60,6 +60,21 @@ for (const [args, message] of refusals) {
 test('info takes --json and nothing else', () => {
   assert.deepStrictEqual(readInfo(['--json']), { json: true });
   assert.throws(() => readInfo(['x']), /takes no "x"/);
+});
+
+test('classes takes one name', () => {
+  assert.deepStrictEqual(readClasses([]), { name: undefined, json: false });
+  assert.deepStrictEqual(readClasses(['LightSpot', '--json']), { name: 'LightSpot', json: true });
+  assert.throws(() => readClasses(['a', 'b']), /Name one class/);
+});
+
+test('an option that is almost right is suggested', () => {
+  assert.throws(() => readRender(['a', '--sampels', '3']), /There is no option --sampels: did you mean --samples\? See/);
+  assert.throws(() => readRender(['a', '--out', 'b.png']), /did you mean --output\?/);
+});
+
+test('behind two dashes everything is an operand', () => {
+  assert.strictEqual(readRender(['-o', 'b.png', '--', '--scene.toml']).scene, '--scene.toml');
 });
 
 test('times are short and rounded', () => {

@@ -80,7 +80,8 @@ const failures = [
   ['a folder that is not there', ['render', ROOM, '-o', inFolder('no/x.png')], 1, /no does not exist: create it/],
   ['a folder as the picture', ['render', ROOM, '-o', 'x.gif'], 2, /must end in \.png/],
   ['a command that is not there', ['draw'], 2, /There is no command "draw"/],
-  ['no command', [], 2, /Name a command/],
+  ['a command that is almost right', ['redner'], 2, /There is no command "redner": did you mean render\?/],
+  ['no command', [], 2, /Name a command: render, classes/],
 ];
 for (const [name, args, code, message] of failures) {
   test(`fails with one sentence: ${name}`, async () => {
