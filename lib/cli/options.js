@@ -52,6 +52,9 @@ const read = {
   },
 };
 
+// Operands may be called like what every object inherits.
+const own = (table, key) => (Object.prototype.hasOwnProperty.call(table, key) ? table[key] : undefined);
+
 /**
  * Reads {operands, ...} from arguments. options: {'--name': {key, read}}; flags: {'--name': key};
  * short: {'-n': '--name'}. An option takes its value as --name VALUE or --name=VALUE; behind -- all are operands.
@@ -60,14 +63,15 @@ function readOptions(args, { options = {}, flags = {}, short = {} }) {
   const result = { operands: [] };
   for (let i = 0; i < args.length; i++) {
     if (args[i] === '--') return { ...result, operands: [...result.operands, ...args.slice(i + 1)] };
-    const [, name, inline] = /^(--[^=]+)=(.*)$/s.exec(args[i]) || [null, short[args[i]] || args[i], undefined];
-    if (flags[name]) {
+    const [, name, inline] = /^(--[^=]+)=(.*)$/s.exec(args[i]) || [null, own(short, args[i]) || args[i], undefined];
+    const [flag, option] = [own(flags, name), own(options, name)];
+    if (flag) {
       if (inline !== undefined) refuse(`${name} takes no value.`);
-      result[flags[name]] = true;
-    } else if (options[name]) {
+      result[flag] = true;
+    } else if (option) {
       const value = inline !== undefined ? inline : args[++i];
       if (value === undefined || value === '') refuse(`${name} needs a value.`);
-      result[options[name].key] = options[name].read(value, name);
+      result[option.key] = option.read(value, name);
     } else if (name.startsWith('-') && name !== '-') {
       refuse(`There is no option ${name}${didYouMean(name, [...Object.keys(options), ...Object.keys(flags)])}`);
     } else {
