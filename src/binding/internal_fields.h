@@ -29,8 +29,12 @@ constexpr int PhysicalFieldCount(int fields) {
 inline void SetClassTag(v8::Local<v8::Object> object, const ClassTag& tag) {
   compat::SetPointer(object, 0, const_cast<ClassTag*>(&tag));
 }
+// Null for an object that has none; what it gives is only good for comparing.
+inline const void* ClassTagOf(v8::Local<v8::Object> object) {
+  return object->InternalFieldCount() > 1 ? compat::GetPointer(object, 0) : nullptr;
+}
 inline bool HasClassTag(v8::Local<v8::Object> object, const ClassTag& tag) {
-  return object->InternalFieldCount() > 1 && compat::GetPointer(object, 0) == &tag;
+  return ClassTagOf(object) == &tag;
 }
 
 inline void SetObjectField(v8::Local<v8::Object> object, int field, v8::Local<v8::Value> value) {

@@ -5,26 +5,12 @@
 namespace KilnNodeWrapper {
 namespace {
 
-constexpr size_t kEntries = 4096;  // a power of two
-constexpr size_t kMaxCount = kEntries / 2;
 constexpr size_t kMaxLength = 128;
 
 }  // namespace
 
-size_t NameCache::Place(v8::Local<v8::String> key, int hash) const {
-  size_t i = static_cast<size_t>(hash) & (kEntries - 1);
-  while (entries_[i].text && (entries_[i].hash != hash || entries_[i].key != key))
-    i = (i + 1) & (kEntries - 1);
-  return i;
-}
-
-const char* NameCache::Find(v8::Local<v8::String> key) const {
-  if (count_ == 0) return nullptr;
-  return entries_[Place(key, key->GetIdentityHash())].text.get();
-}
-
 const char* NameCache::Add(v8::Isolate* isolate, v8::Local<v8::String> key) {
-  if (count_ == kMaxCount) return nullptr;
+  if (count_ == kEntries / 2) return nullptr;
   const Text text(isolate, key);
   if (text.length() > kMaxLength) return nullptr;
   if (entries_.empty()) entries_.resize(kEntries);

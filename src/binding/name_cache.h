@@ -17,7 +17,10 @@ namespace KilnNodeWrapper {
 class NameCache {
  public:
   // Null for a key that is not known.
-  const char* Find(v8::Local<v8::String> key) const;
+  const char* Find(v8::Local<v8::String> key) const {
+    if (entries_.empty()) return nullptr;
+    return entries_[Place(key, key->GetIdentityHash())].text.get();
+  }
   // Null when the cache is full or the key too long.
   const char* Add(v8::Isolate* isolate, v8::Local<v8::String> key);
 
@@ -27,7 +30,16 @@ class NameCache {
     v8::Global<v8::String> key;
     std::unique_ptr<char[]> text;  // null: free
   };
-  size_t Place(v8::Local<v8::String> key, int hash) const;
+  // Where the key stands, or would stand.
+  size_t Place(v8::Local<v8::String> key, int hash) const {
+    size_t i = static_cast<size_t>(hash) & (kEntries - 1);
+    while (entries_[i].text && (entries_[i].hash != hash || entries_[i].key != key)) {
+      i = (i + 1) & (kEntries - 1);
+    }
+    return i;
+  }
+
+  static constexpr size_t kEntries = 4096;  // a power of two
 
   std::vector<Entry> entries_;
   size_t count_ = 0;

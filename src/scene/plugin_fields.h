@@ -8,10 +8,15 @@
 
 namespace KilnNodeWrapper {
 
-inline constexpr int kPluginFields = 4;
-// kRendererField lies between them.
+inline constexpr int kPluginFields = 5;
+// kRendererField lies between them, and the ID takes two.
 inline constexpr int kOutputField = 0;
 inline constexpr int kIdField = 2;
+// The renderer's record, which lives as long as the renderer's object: a read saves the way through that.
+inline constexpr int kRecordField = 4;
+
+// Stands in the objects that wrapPlugin made; all fields of the others are empty.
+inline const ClassTag kPluginTag;
 
 // Both fields may be read only when the object has a renderer.
 inline uint32_t OutputFieldOf(v8::Local<v8::Object> plugin) {
@@ -21,9 +26,15 @@ inline KilnPluginId IdFieldOf(v8::Local<v8::Object> plugin) {
   return GetBitsField(plugin, kIdField);
 }
 
+// The record of a Plugin or PluginRef object's renderer; null for an object whose fields are empty.
+inline KilnRendererNodeWrapper::RendererWrapper* RecordOfPlugin(v8::Local<v8::Object> plugin) {
+  if (compat::GetPointer(plugin, 0) != &kPluginTag) return nullptr;
+  return static_cast<KilnRendererNodeWrapper::RendererWrapper*>(GetPointerField(plugin, kRecordField));
+}
+
 // A plugin that the SDK can be asked about: none when the object has no ID or its renderer is closed.
 struct LivePlugin {
-  explicit LivePlugin(v8::Local<v8::Object> plugin) : record(RecordOf(plugin)) {
+  explicit LivePlugin(v8::Local<v8::Object> plugin) : record(RecordOfPlugin(plugin)) {
     if (!record || !record->renderer) return;
     renderer = record->renderer;
     id = IdFieldOf(plugin);

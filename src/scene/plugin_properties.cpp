@@ -12,39 +12,44 @@ namespace {
 using compat::Intercepted;
 using compat::InterceptorCall;
 using KilnValuesNodeWrapper::PropertyStore;
+using KilnValuesNodeWrapper::ReturnShortValue;
 using KilnValuesNodeWrapper::Stored;
 using KilnValuesNodeWrapper::TimeDirect;
 using KilnValuesNodeWrapper::TimeOmitted;
 using KilnValuesNodeWrapper::ValueReader;
 
-// Empty for an unknown property, and when the value can't be made.
-v8::MaybeLocal<v8::Value> ReadProperty(Environment& environment, v8::Local<v8::Object> object,
-                                       const LivePlugin& plugin, const char* name, double time) {
+// False for an unknown property, and when the value can't be made.
+bool ReadProperty(v8::Local<v8::Object> object, const LivePlugin& plugin, const char* name, double time,
+                  v8::ReturnValue<v8::Value> result) {
   uint32_t* stream = nullptr;
   int32_t size = 0;
   sdk.Kiln_getPropertyByteArrayByID(plugin.renderer, plugin.id, name, &stream, &size, time);
-  if (!stream) return {};
+  if (!stream) return false;
   const SdkBlock<uint32_t> block(stream);
-  return ValueReader(environment, RendererObjectOf(object), stream, size).read();
+  Environment& environment = plugin.record->environment();
+  if (ReturnShortValue(environment, stream, size, result)) return true;
+  v8::Local<v8::Value> value;
+  if (!ValueReader(environment, RendererObjectOf(object), stream, size).read().ToLocal(&value)) return false;
+  result.Set(value);
+  return true;
 }
 
 // A member's name stays reachable because the SDK knows no property of that name; where it does, the property
 // hides the member.
-Intercepted GetProperty(v8::Local<v8::Name> key, const InterceptorCall& call, v8::Local<v8::Value>* result) {
+Intercepted GetProperty(v8::Local<v8::Name> key, const InterceptorCall& call,
+                        v8::ReturnValue<v8::Value> result) {
   const LivePlugin plugin(call.holder);
   if (!plugin) return Intercepted::kNo;
-  Environment& environment = Environment::Of(call.data);
-  const KeyText name = KeyText::OfKey(call.isolate, environment.property_names, key);
-  return ReadProperty(environment, call.holder, plugin, name.c_str(), TimeDirect).ToLocal(result)
-             ? Intercepted::kYes
-             : Intercepted::kNo;
+  const KeyText name = KeyText::OfKey(call.isolate, plugin.record->environment().property_names, key);
+  return ReadProperty(call.holder, plugin, name.c_str(), TimeDirect, result) ? Intercepted::kYes
+                                                                             : Intercepted::kNo;
 }
 
 // Takes every assignment over, so that nothing is ever stored on the object.
 Intercepted SetProperty(v8::Local<v8::Name> key, v8::Local<v8::Value> value, const InterceptorCall& call) {
   const LivePlugin plugin(call.holder);
   if (!plugin) return Intercepted::kYes;
-  Environment& environment = Environment::Of(call.data);
+  Environment& environment = plugin.record->environment();
   const KeyText name = KeyText::OfKey(call.isolate, environment.property_names, key);
   PropertyStore(environment, *plugin.record, {plugin.id}, name.c_str(), value, TimeDirect);
   return Intercepted::kYes;
@@ -80,16 +85,13 @@ void WithName(const Arguments& info, Body&& body) {
 v8::NamedPropertyHandlerConfiguration PluginProperties(v8::Local<v8::External> external) {
   // By name: newer V8 has the constructor explicit.
   return v8::NamedPropertyHandlerConfiguration(
-      compat::OnNamedGet<GetProperty>, compat::OnNamedSet<SetProperty>, nullptr, nullptr,
+      compat::OnNamedRead<GetProperty>, compat::OnNamedSet<SetProperty>, nullptr, nullptr,
       compat::OnNamedEnumerate<ListProperties>, external, v8::PropertyHandlerFlags::kOnlyInterceptStrings);
 }
 
 void GetPropertyValue(const Arguments& info) {
   WithName(info, [&info](const LivePlugin& plugin, const char* name) {
-    v8::Local<v8::Value> value;
-    if (ReadProperty(EnvironmentOf(info), info.This(), plugin, name, TimeOf(info, 1)).ToLocal(&value)) {
-      info.GetReturnValue().Set(value);
-    }
+    ReadProperty(info.This(), plugin, name, TimeOf(info, 1), info.GetReturnValue());
   });
 }
 

@@ -7,8 +7,6 @@
 namespace KilnNodeWrapper {
 namespace {
 
-const ClassTag kPluginTag;
-
 // An object with its class tag and empty fields, which no JavaScript has seen.
 v8::MaybeLocal<v8::Object> NewWrapper(Environment& environment, bool is_ref) {
   v8::Isolate* isolate = environment.isolate();
@@ -29,7 +27,8 @@ v8::MaybeLocal<v8::Object> NewWrapper(Environment& environment, bool is_ref) {
 v8::MaybeLocal<v8::Object> wrapPlugin(Environment& environment, v8::Local<v8::Object> renderer_object,
                                       KilnPluginId id, int32_t output_index) {
   v8::Isolate* isolate = environment.isolate();
-  PluginCache& cache = KilnRendererNodeWrapper::WrapperOf(renderer_object).pluginCache;
+  KilnRendererNodeWrapper::RendererWrapper& record = KilnRendererNodeWrapper::WrapperOf(renderer_object);
+  PluginCache& cache = record.pluginCache;
   const uint32_t output = output_index < 0 ? 0 : static_cast<uint32_t>(output_index);
   v8::Local<v8::Object> plugin = cache.Find(isolate, id, output);
   if (!plugin.IsEmpty()) return plugin;
@@ -38,6 +37,7 @@ v8::MaybeLocal<v8::Object> wrapPlugin(Environment& environment, v8::Local<v8::Ob
   SetPointerField(plugin, kOutputField, reinterpret_cast<void*>(uintptr_t{output} << 1));
   SetObjectField(plugin, kRendererField, renderer_object);
   SetBitsField(plugin, kIdField, id);
+  SetPointerField(plugin, kRecordField, &record);
   cache.Insert(isolate, id, output, plugin);
   return plugin;
 }

@@ -88,6 +88,8 @@ const char* propertyTypeName(int32_t code) {
 // before, such as one that was read.
 Stored PropertyStore(Environment& environment, RendererWrapper& renderer, const PropertyTarget& target,
                      const char* property, v8::Local<v8::Value> value, double time) {
+  ValueWriter writer(environment, renderer.maxTypedListsCopyByteSize);
+  if (writer.writeShort(value)) return StoreStream(renderer, target, property, writer.data(), time);
   v8::Isolate* isolate = environment.isolate();
   if (value->IsString()) {
     return StoreText(renderer, target, property, Text(isolate, value.As<v8::String>()).c_str(), time);
@@ -97,7 +99,6 @@ Stored PropertyStore(Environment& environment, RendererWrapper& renderer, const 
     const char* data = static_cast<const char*>(bytes->Buffer()->GetBackingStore()->Data());
     return StoreStream(renderer, target, property, data + bytes->ByteOffset(), time);
   }
-  ValueWriter writer(environment, renderer.maxTypedListsCopyByteSize);
   if (!writer.write(value)) {
     if (writer.dataError()) ThrowError(isolate, "Error in data");
     return Stored::kNothing;

@@ -32,6 +32,32 @@ v8::Local<v8::Value> OrUndefined(v8::Isolate* isolate, v8::MaybeLocal<v8::Object
   return v8::Undefined(isolate);
 }
 
+// A stream of one value that is not nested.
+struct ShortStream {
+  const uint32_t* words;
+  int32_t size;  // in bytes; 0 when nobody knows
+
+  // Whether there are that many words behind the tag.
+  bool Holds(size_t count) const {
+    return size <= 0 || static_cast<size_t>(size) >= (1 + count) * sizeof(uint32_t);
+  }
+  template <class T>
+  bool ReturnNumber(v8::ReturnValue<v8::Value> result) const {
+    if (!Holds(sizeof(T) / sizeof(uint32_t))) return false;
+    T number;
+    std::memcpy(&number, words + 1, sizeof(number));
+    result.Set(number);
+    return true;
+  }
+  template <class T>
+  bool ReturnComponents(Environment& environment, v8::ReturnValue<v8::Value> result) const {
+    v8::Local<v8::Object> object;
+    if (!Holds(kComponents<T>) || !NewValue(environment, Widen<T>(words + 1)).ToLocal(&object)) return false;
+    result.Set(object);
+    return true;
+  }
+};
+
 }  // namespace
 
 ValueReader::ValueReader(Environment& environment, v8::Local<v8::Object> renderer_object,
@@ -61,6 +87,28 @@ const uint32_t* ValueReader::TakeWords(size_t count) {
   const uint32_t* words = cursor_;
   cursor_ += count;
   return words;
+}
+
+bool ReturnShortValue(Environment& environment, const uint32_t* stream, int32_t size,
+                      v8::ReturnValue<v8::Value> result) {
+  const ShortStream value{stream, size};
+  if (!value.Holds(0)) return false;
+  switch (stream[0]) {
+    case KILN_VALUE_INT:
+      return value.ReturnNumber<int32_t>(result);
+    case KILN_VALUE_FLOAT:
+      return value.ReturnNumber<float>(result);
+    case KILN_VALUE_DOUBLE:
+      return value.ReturnNumber<double>(result);
+    case KILN_VALUE_VECTOR:
+      return value.ReturnComponents<Vector>(environment, result);
+    case KILN_VALUE_COLOR:
+      return value.ReturnComponents<Color>(environment, result);
+    case KILN_VALUE_ACOLOR:
+      return value.ReturnComponents<AColor>(environment, result);
+    default:
+      return false;
+  }
 }
 
 v8::MaybeLocal<v8::Value> ValueReader::read() {

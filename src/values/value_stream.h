@@ -5,6 +5,7 @@
 
 #include <bit>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 
 #include "binding/environment.h"
@@ -31,6 +32,9 @@ class ValueWriter {
   ValueWriter(const ValueWriter&) = delete;
   ValueWriter& operator=(const ValueWriter&) = delete;
 
+  // Writes a number, a boolean or an object of a value class, as most values are. False for any other, of
+  // which nothing is written.
+  bool writeShort(v8::Local<v8::Value> value);
   // False when the value can't be written: with dataError for unacceptable data, otherwise with an exception
   // pending.
   bool write(v8::Local<v8::Value> value);
@@ -39,15 +43,29 @@ class ValueWriter {
   size_t size() const { return used_; }
 
  private:
-  void Append(const void* bytes, size_t size);
+  // Makes room for more bytes; a reservation that fails drops the field that it was meant for.
+  bool Reserve(size_t size) { return used_ + size <= capacity_ || Grow(size); }
+  bool Grow(size_t size);
+  void Append(const void* bytes, size_t size) {
+    if (!Reserve(size)) return;
+    if (size > 0) std::memcpy(data_ + used_, bytes, size);
+    used_ += size;
+  }
   template <class T>
   void Append(T value) {
     Append(&value, sizeof(value));
   }
   void AppendTag(uint32_t tag) { Append(tag); }
+  template <class T>
+  bool AppendTagged(uint32_t tag, T value) {
+    AppendTag(tag);
+    Append(value);
+    return true;
+  }
+  bool WriteValueObject(v8::Local<v8::Object> object);
   bool Refuse();
   void WriteString(v8::Local<v8::String> text);
-  bool WriteObject(v8::Local<v8::Object> object);
+  bool WritePlugin(v8::Local<v8::Object> object);
   bool WriteTypedArray(v8::Local<v8::TypedArray> array);
   bool WriteArray(v8::Local<v8::Array> array);
   bool WriteElement(uint32_t tag, v8::Local<v8::Value> element);
@@ -98,6 +116,11 @@ class ValueReader {
   const uint32_t* end_;  // null: unknown
   bool overrun_ = false;
 };
+
+// Sets the result to a stream's value when that is a number, a boolean, a vector or a colour, as most are.
+// False for any other stream, also for one that ends before its value does; the ValueReader knows them all.
+bool ReturnShortValue(Environment& environment, const uint32_t* stream, int32_t size,
+                      v8::ReturnValue<v8::Value> result);
 
 // The text of a declared type code; "Object" for a code without one.
 const char* propertyTypeName(int32_t code);

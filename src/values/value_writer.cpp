@@ -52,81 +52,6 @@ const ListForm* FormOf(Environment& environment, v8::Local<v8::TypedArray> array
   return nullptr;
 }
 
-}  // namespace
-
-ValueWriter::ValueWriter(Environment& environment, int32_t max_copy_size)
-    : environment_(environment),
-      isolate_(environment.isolate()),
-      max_copy_size_(max_copy_size),
-      heap_(nullptr, std::free) {}
-
-// A reservation that fails drops the field that it was meant for.
-void ValueWriter::Append(const void* bytes, size_t size) {
-  if (used_ + size > capacity_) {
-    size_t capacity = capacity_ == kInlineSize ? 2 * kInlineSize : capacity_;
-    while (capacity < used_ + size) capacity += capacity >> 1;
-    auto* grown = static_cast<char*>(std::realloc(heap_.get(), capacity));
-    if (!grown) return;
-    if (!heap_) std::memcpy(grown, inline_, used_);
-    (void)heap_.release();
-    heap_.reset(grown);
-    data_ = grown;
-    capacity_ = capacity;
-  }
-  if (size > 0) std::memcpy(data_ + used_, bytes, size);
-  used_ += size;
-}
-
-bool ValueWriter::Refuse() {
-  data_error_ = true;
-  return false;
-}
-
-bool ValueWriter::write(v8::Local<v8::Value> value) {
-  v8::HandleScope scope(isolate_);
-  v8::Local<v8::Context> context = isolate_->GetCurrentContext();
-  if (value->IsBoolean()) {
-    AppendTag(KILN_VALUE_BOOLEAN);
-    Append<uint32_t>(value->IsTrue() ? 1 : 0);
-  } else if (value->IsInt32()) {
-    AppendTag(KILN_VALUE_INT);
-    Append<int32_t>(value.As<v8::Int32>()->Value());
-  } else if (value->IsNumber() || value->IsNumberObject()) {
-    double number = 0;
-    if (!value->NumberValue(context).To(&number)) return false;
-    AppendTag(KILN_VALUE_DOUBLE);
-    Append(number);
-  } else if (value->IsNullOrUndefined()) {
-    AppendTag(KILN_VALUE_PLUGIN);
-    Append<uint64_t>(KILN_NO_PLUGIN);
-  } else if (value->IsString() || value->IsStringObject()) {
-    v8::Local<v8::String> text;
-    if (!value->ToString(context).ToLocal(&text)) return false;
-    WriteString(text);
-  } else if (value->IsTypedArray()) {
-    return WriteTypedArray(value.As<v8::TypedArray>());
-  } else if (value->IsArray()) {
-    return WriteArray(value.As<v8::Array>());
-  } else if (value->IsObject()) {
-    return WriteObject(value.As<v8::Object>());
-  } else {
-    return Refuse();
-  }
-  return true;
-}
-
-// Behind the bytes come zeros up to a whole word, and always at least one.
-void ValueWriter::WriteString(v8::Local<v8::String> string) {
-  const Text text(isolate_, string);
-  static constexpr char kZeros[4] = {};
-  AppendTag(KILN_VALUE_STRING);
-  Append(static_cast<uint32_t>(text.length()));
-  Append(text.c_str(), text.length());
-  Append(kZeros, 4 - text.length() % 4);
-}
-
-namespace {
-
 template <size_t kCount>
 std::array<float, kCount> Narrow(const std::array<double, kCount>& doubles) {
   std::array<float, kCount> floats;
@@ -140,39 +65,98 @@ auto NarrowValue(const T& value) {
 
 }  // namespace
 
-bool ValueWriter::WriteObject(v8::Local<v8::Object> object) {
-  AColor acolor;
-  Color color;
-  Vector vector;
-  Matrix matrix;
-  Transform transform;
-  if (ReadValue(object, &acolor)) {
-    AppendTag(KILN_VALUE_ACOLOR);
-    Append(NarrowValue(acolor));
-  } else if (ReadValue(object, &color)) {
-    AppendTag(KILN_VALUE_COLOR);
-    Append(NarrowValue(color));
-  } else if (ReadValue(object, &vector)) {
-    AppendTag(KILN_VALUE_VECTOR);
-    Append(NarrowValue(vector));
-  } else if (ReadValue(object, &matrix)) {
-    AppendTag(KILN_VALUE_MATRIX);
-    Append(NarrowValue(matrix));
-  } else if (ReadValue(object, &transform)) {
-    AppendTag(KILN_VALUE_TRANSFORM);
-    Append(NarrowValue(transform.matrix));
-    Append(transform.offset);
-  } else if (isPluginRef(environment_, object)) {
-    AppendTag(KILN_VALUE_PLUGIN_OUTPUT);
-    Append(pluginIdOf(environment_, object));
-    Append(outputIndexOf(object));
-  } else if (isPlugin(environment_, object)) {
-    AppendTag(KILN_VALUE_PLUGIN);
-    Append(pluginIdOf(environment_, object));
-  } else {
-    return Refuse();
-  }
+ValueWriter::ValueWriter(Environment& environment, int32_t max_copy_size)
+    : environment_(environment),
+      isolate_(environment.isolate()),
+      max_copy_size_(max_copy_size),
+      heap_(nullptr, std::free) {}
+
+bool ValueWriter::Grow(size_t size) {
+  size_t capacity = capacity_ == kInlineSize ? 2 * kInlineSize : capacity_;
+  while (capacity < used_ + size) capacity += capacity >> 1;
+  auto* grown = static_cast<char*>(std::realloc(heap_.get(), capacity));
+  if (!grown) return false;
+  if (!heap_) std::memcpy(grown, inline_, used_);
+  (void)heap_.release();
+  heap_.reset(grown);
+  data_ = grown;
+  capacity_ = capacity;
   return true;
+}
+
+bool ValueWriter::Refuse() {
+  data_error_ = true;
+  return false;
+}
+
+bool ValueWriter::writeShort(v8::Local<v8::Value> value) {
+  if (value->IsInt32()) return AppendTagged(KILN_VALUE_INT, value.As<v8::Int32>()->Value());
+  if (value->IsNumber()) return AppendTagged(KILN_VALUE_DOUBLE, value.As<v8::Number>()->Value());
+  if (value->IsObject()) return WriteValueObject(value.As<v8::Object>());
+  if (value->IsBoolean()) return AppendTagged<uint32_t>(KILN_VALUE_BOOLEAN, value->IsTrue() ? 1 : 0);
+  return false;
+}
+
+bool ValueWriter::write(v8::Local<v8::Value> value) {
+  if (writeShort(value)) return true;
+  v8::Local<v8::Context> context = isolate_->GetCurrentContext();
+  if (value->IsNumberObject()) {
+    double number = 0;
+    if (!value->NumberValue(context).To(&number)) return false;
+    return AppendTagged(KILN_VALUE_DOUBLE, number);
+  }
+  if (value->IsNullOrUndefined()) return AppendTagged(KILN_VALUE_PLUGIN, uint64_t{KILN_NO_PLUGIN});
+  if (value->IsString() || value->IsStringObject()) {
+    v8::Local<v8::String> text;
+    if (!value->ToString(context).ToLocal(&text)) return false;
+    WriteString(text);
+    return true;
+  }
+  if (value->IsTypedArray()) return WriteTypedArray(value.As<v8::TypedArray>());
+  if (value->IsArray()) return WriteArray(value.As<v8::Array>());
+  return value->IsObject() ? WritePlugin(value.As<v8::Object>()) : Refuse();
+}
+
+// Behind the bytes come zeros up to a whole word, and always at least one.
+void ValueWriter::WriteString(v8::Local<v8::String> string) {
+  const Text text(isolate_, string);
+  static constexpr char kZeros[4] = {};
+  AppendTag(KILN_VALUE_STRING);
+  Append(static_cast<uint32_t>(text.length()));
+  Append(text.c_str(), text.length());
+  Append(kZeros, 4 - text.length() % 4);
+}
+
+// The class tags are told apart once; one question a class would cost more than all the rest.
+bool ValueWriter::WriteValueObject(v8::Local<v8::Object> object) {
+  const void* tag = ClassTagOf(object);
+  if (tag == &ValueClass<Vector>::kTag) {
+    return AppendTagged(KILN_VALUE_VECTOR, NarrowValue(LoadValue<Vector>(object)));
+  }
+  if (tag == &ValueClass<Color>::kTag) {
+    return AppendTagged(KILN_VALUE_COLOR, NarrowValue(LoadValue<Color>(object)));
+  }
+  if (tag == &ValueClass<AColor>::kTag) {
+    return AppendTagged(KILN_VALUE_ACOLOR, NarrowValue(LoadValue<AColor>(object)));
+  }
+  if (tag == &ValueClass<Matrix>::kTag) {
+    return AppendTagged(KILN_VALUE_MATRIX, NarrowValue(LoadValue<Matrix>(object)));
+  }
+  if (tag != &ValueClass<Transform>::kTag) return false;
+  const auto transform = LoadValue<Transform>(object);
+  AppendTagged(KILN_VALUE_TRANSFORM, NarrowValue(transform.matrix));
+  Append(transform.offset);
+  return true;
+}
+
+bool ValueWriter::WritePlugin(v8::Local<v8::Object> object) {
+  if (isPluginRef(environment_, object)) {
+    AppendTagged(KILN_VALUE_PLUGIN_OUTPUT, pluginIdOf(environment_, object));
+    Append(outputIndexOf(object));
+    return true;
+  }
+  if (!isPlugin(environment_, object)) return Refuse();
+  return AppendTagged(KILN_VALUE_PLUGIN, pluginIdOf(environment_, object));
 }
 
 bool ValueWriter::WriteTypedArray(v8::Local<v8::TypedArray> array) {
