@@ -317,6 +317,74 @@ export type RendererState =
 export type RenderMode =
   | 'production' | 'interactive' | 'interactiveCuda' | 'interactiveOptix' | 'productionCuda' | 'productionOptix';
 
+/** Pixels of the picture that are rendered. */
+export interface RenderRegion { left: number; top: number; width: number; height: number; }
+/** A part of a larger picture, in fractions of its pixels, that becomes the whole. */
+export interface CropRegion {
+  srcWidth: number;
+  srcHeight: number;
+  rgnLeft: number;
+  rgnTop: number;
+  rgnWidth: number;
+  rgnHeight: number;
+}
+
+/** A plugin along the ray of a pick; as text it names all three. */
+export interface Pick { plugin: Plugin | null; distance: number; mtlID: number; toString(): string; }
+
+export interface InteractiveStatistics {
+  pathsPerSecond: number;
+  elapsedTicks: number;
+  sampleLevel: number;
+  numPasses: number;
+  currentNoiseThreshold: number;
+  computeDevices: Array<{ name: string; utilization: number; freeMem: number; totalMem: number }>;
+  computeDevicesMemUsage: Record<
+    | 'Textures' | 'Geometry' | 'Environment' | 'Pinned' | 'Misc' | 'Lights' | 'LightCache' | 'Hair' | 'Particles'
+    | 'VolumeGrid' | 'Total', number>;
+}
+
+export interface ComputeDevice {
+  name: string;
+  useForRendering: boolean;
+  useForDenoising: boolean;
+  useLowPriority: boolean;
+  isSupported: boolean;
+  type: 'CPU' | 'GPU' | 'Accelerator' | 'unknown';
+  totalMemoryMB: number;
+  numConnectedDisplays: number;
+  frequencyMHz: number;
+  gigaFlops: number;
+  ccMajor: number;
+  ccMinor: number;
+  rtCoreVersion: number;
+}
+/** The index of a device, alone or with whether it works at low priority. */
+export type ComputeDeviceChoice = number | [index: number, lowPriority: boolean];
+
+/** A key that is missing counts as 0: without options the renderer's own values hold. */
+export interface ResumableOptions {
+  outputFile: string;
+  compressProgressiveFiles?: number | boolean;
+  deleteResumableFileOnSuccess?: number | boolean;
+  progressiveAutoSaveSeconds?: number;
+}
+
+export interface ProfilerOptions {
+  outputDirectory?: string;
+  outputFilename?: string;
+  outputSuffix?: string;
+  mode?: 0 | 1 | 2 | 'off' | 'simple' | 'full';
+}
+
+export interface ContextMenuItem {
+  id: number;
+  type: 'checkbox' | string;
+  text: string;
+  enabled?: boolean;
+  defaultValue?: number;
+}
+
 export interface ImageSize { width: number; height: number; }
 export interface ImageSizeUpdate extends ImageSize { resetCropRegion?: boolean; resetRenderRegion?: boolean; }
 
@@ -407,8 +475,79 @@ export class KilnRenderer extends EventEmitter {
   /** What `new KilnRenderer(handle)` takes to share this renderer. */
   getInstanceHandle(): object;
 
+  /** The nearest plugin at a pixel; a timeout in front of the callback is not waited for. */
+  pickPlugin(x: number, y: number, callback: (plugin: Plugin | null) => void, timeout?: number): void;
+  pickPlugin(x: number, y: number, timeout: number, callback: (plugin: Plugin | null) => void): void;
+  pickPluginSync(x: number, y: number, timeout?: number): Plugin | null;
+  /** All plugins along the ray through a place of the picture, the nearest first. */
+  pickPlugins(
+    x: number, y: number, callback: (picks: Pick[]) => void, maxResults?: number, timeout?: number
+  ): void;
+  pickPlugins(
+    x: number, y: number, maxResults: number, callback: (picks: Pick[]) => void, timeout?: number
+  ): void;
+  pickPlugins(
+    x: number, y: number, maxResults: number, timeout: number, callback: (picks: Pick[]) => void
+  ): void;
+  /** The number is the timeout and the greatest count at once. */
+  pickPluginsSync(x: number, y: number, timeoutAndMaxResults?: number): Pick[];
+
+  clearLastError(): void;
+  /** undefined while there is no scene. */
+  getBoundingBox(): { min: Vector; max: Vector } | undefined;
+  getAutoExposureResult(): { autoExposure: number; autoWhiteBalance: number } | undefined;
+  /** null while there are none. */
+  getInteractiveStatistics(): InteractiveStatistics | null;
+  getComputeDevicesOptix(): ComputeDevice[];
+  getComputeDevicesCUDA(): ComputeDevice[];
+  getComputeDevicesDenoiser(): ComputeDevice[];
+  setComputeDevicesOptix(devices: ComputeDeviceChoice[]): boolean;
+  setComputeDevicesCUDA(devices: ComputeDeviceChoice[]): boolean;
+  setComputeDevicesDenoiser(devices: number[]): boolean;
+  setComputeDevicesEnvironmentVariable(): boolean;
+
+  saveIrradianceMapFile(fileName: string, callback: DoneCallback): void;
+  saveLightCacheFile(fileName: string, callback: DoneCallback): void;
+  savePhotonMapFile(fileName: string, callback: DoneCallback): void;
+  saveCausticsFile(fileName: string, callback: DoneCallback): void;
+  saveIrradianceMapFileSync(fileName: string): boolean;
+  saveLightCacheFileSync(fileName: string): boolean;
+  savePhotonMapFileSync(fileName: string): boolean;
+  saveCausticsFileSync(fileName: string): boolean;
+
+  setResumableRendering(enable: boolean, options?: ResumableOptions): boolean;
+  setBitmapCache(enable: boolean): boolean;
+  /** The callback gets the denoised image; when the result is false it is not called. */
+  denoiseNow(callback?: (image: KilnImage | null) => void, blocking?: boolean): boolean;
+  /** Folders separated by semicolons. */
+  setIncludePaths(paths: string, flag?: boolean | number): void;
+  setKilnProfiler(options?: ProfilerOptions): void;
+  /** Replaces the items of the window's context menu; see the event kvwContextMenuSelected. */
+  setKVWContextMenuItems(items: ContextMenuItem[]): void;
+  setKVWContextMenuItemValue(id: number, value: number): boolean;
+  getKVWContextMenuItemValue(id: number): number | undefined;
+
   get size(): ImageSize;
   set size(value: ImageSizeUpdate);
+  get renderRegion(): RenderRegion | undefined;
+  set renderRegion(value: RenderRegion);
+  get cropRegion(): CropRegion | undefined;
+  set cropRegion(value: CropRegion);
+  frame: number;
+  time: number;
+  /** Whether values without a time are keyframes at the current time. */
+  useAnimatedValues: boolean;
+  get camera(): Plugin | undefined;
+  set camera(value: Plugin | string | null | undefined);
+  get cameraName(): string | null;
+  set cameraName(value: string | null | undefined);
+  /** Throws while a render runs, and where distributed rendering is of the second generation. */
+  inProcess: boolean;
+  keepInteractiveRunning: boolean;
+  readonly paused: boolean;
+  readonly sequenceEnded: boolean;
+  /** Seconds since the renderer was made. */
+  readonly currentEventTime: number;
   readonly state: RendererState | undefined;
   get renderMode(): RenderMode | undefined;
   set renderMode(value: RenderMode | number);
@@ -428,6 +567,8 @@ export class KilnRenderer extends EventEmitter {
   readonly plugins: Plugins;
   readonly classes: Classes;
   readonly classCategories: Record<CategoryName, Category>;
+  /** The extra channels of a render. */
+  readonly renderElements: RenderElements;
 
   on<E extends keyof RendererEvents>(event: E, listener: Listener<E>): this;
   on(event: string | symbol, listener: (...args: any[]) => void): this;
@@ -536,6 +677,62 @@ export interface Plugins extends Iterable<Plugin> {
 export interface Classes extends Iterable<Class> {
   readonly length: number;
   [name: string]: any;
+}
+
+// ---------------------------------------------------------------------------------------------------------------
+// Render elements
+
+export type BinaryFormat =
+  | 'single_float' | '3_floats' | '2_signed_floats' | 'single_integer' | '3_signed_floats' | '4_floats';
+export type PixelFormat =
+  | '1_byte_int_grayscale' | '2_byte_int_grayscale' | '4_byte_int_grayscale' | '4_byte_float_grayscale'
+  | '3x1_bytes_int_RGB' | '3x2_bytes_int_RGB' | '3x4_bytes_float_RGB'
+  | '4x1_bytes_int_RGBA' | '4x2_bytes_int_RGBA' | '4x4_bytes_float_RGBA';
+
+/** Keys of getData count only where the element has a property of the same name. */
+export interface ElementDataOptions {
+  x?: number;
+  y?: number;
+  width?: number;
+  height?: number;
+  layerIndex?: number;
+  pixelFormat?: PixelFormat;
+  alphaChannelPlugin?: Plugin | RenderElement;
+  rgbOrder?: boolean;
+}
+export interface ElementImageOptions {
+  x?: number;
+  y?: number;
+  width?: number;
+  height?: number;
+  layerIndex?: number;
+  doColorCorrect?: boolean;
+}
+
+/** An extra channel of a render. */
+export interface RenderElement {
+  readonly name: string;
+  /** Of getAvailableTypes(), or 'other'. */
+  readonly type: string;
+  readonly binaryFormat: BinaryFormat | 'other';
+  readonly defaultPixelFormat: PixelFormat;
+  readonly plugin: Plugin | null;
+  /** The pixels in the default format, or as the options say. */
+  getData(options?: ElementDataOptions): Buffer;
+  getImage(options?: ElementImageOptions, layerIndex?: number): KilnImage;
+  getImage(layerIndex: number): KilnImage;
+  getImage(x: number, y: number, width: number, height: number, layerIndex?: number): KilnImage;
+  getMetadata(): string | null;
+}
+
+export interface RenderElements {
+  /** null when the element could not be made. */
+  add(type: string, instanceName?: string, displayName?: string): RenderElement | null;
+  get(type: string): RenderElement | undefined;
+  getAll(type?: string): Array<RenderElement | null>;
+  getAvailablePixelFormats(): PixelFormat[];
+  getAvailableBinaryFormats(): BinaryFormat[];
+  getAvailableTypes(): string[];
 }
 
 // ---------------------------------------------------------------------------------------------------------------

@@ -7,6 +7,8 @@
 #include "binding/environment.h"
 #include "binding/event_port.h"
 #include "binding/text.h"
+#include "elements/render_element.h"
+#include "elements/render_elements.h"
 #include "image/kiln_image.h"
 #include "module/sdk_library.h"
 #include "renderer/kiln_renderer.h"
@@ -102,9 +104,10 @@ void RegisterLanguage(v8::Isolate* isolate, v8::Local<v8::External>, v8::Local<v
 
 // Classes and namespaces, in the order in which they appear on the exports.
 constexpr void (*kClasses[])(v8::Isolate*, v8::Local<v8::External>, v8::Local<v8::Object>) = {
-    RegisterKilnRenderer, RegisterKilnImage, RegisterPlugin,    RegisterPlugins, RegisterPluginClass,
-    RegisterClasses,      RegisterCategory,  RegisterLanguage,  RegisterMatrix,  RegisterColor,
-    RegisterAColor,       RegisterVector,    RegisterTransform,
+    RegisterKilnRenderer,   RegisterKilnImage,     RegisterPlugin,   RegisterPlugins, RegisterPluginClass,
+    RegisterClasses,        RegisterCategory,      RegisterRenderElements,
+    RegisterRenderElement,  RegisterLanguage,      RegisterMatrix,   RegisterColor,
+    RegisterAColor,         RegisterVector,        RegisterTransform,
 };
 
 void FillExports(v8::Isolate* isolate, Environment& environment, v8::Local<v8::Object> exports) {

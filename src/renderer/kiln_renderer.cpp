@@ -5,6 +5,7 @@
 #include "binding/async_job.h"
 #include "binding/error.h"
 #include "binding/text.h"
+#include "elements/render_elements.h"
 #include "module/module.h"
 #include "module/sdk_library.h"
 #include "renderer/gui_pump.h"
@@ -47,7 +48,8 @@ bool DefineParts(Environment& environment, v8::Local<v8::Object> self) {
   v8::Isolate* isolate = environment.isolate();
   return DefinePart(isolate, self, "plugins", NewPlugins(environment, self)) &&
          DefinePart(isolate, self, "classes", NewClasses(environment, self)) &&
-         DefinePart(isolate, self, "classCategories", NewCategories(environment, self, kAllCategories));
+         DefinePart(isolate, self, "classCategories", NewCategories(environment, self, kAllCategories)) &&
+         DefinePart(isolate, self, "renderElements", NewRenderElements(environment, self));
 }
 
 void Construct(const Arguments& info) {
@@ -122,6 +124,9 @@ void GetInstanceHandle(const Arguments& info) {
 }
 
 constexpr Method kMethods[] = {
+    {"getBoundingBox", GetBoundingBox},
+    {"getInteractiveStatistics", GetInteractiveStatistics},
+    {"clearLastError", ClearLastError},
     {"load", Load},
     {"loadAsText", LoadAsText},
     {"loadFromBuffer", LoadFromBuffer},
@@ -131,12 +136,40 @@ constexpr Method kMethods[] = {
     {"render", Start, static_cast<v8::PropertyAttribute>(v8::ReadOnly | v8::DontEnum)},
     {"start", Start},
     {"startSync", StartSync},
+    {"pickPlugin", PickPlugin},
+    {"pickPluginSync", PickPluginSync},
+    {"pickPlugins", PickPlugins},
+    {"pickPluginsSync", PickPluginsSync},
     {"stop", Stop},
     {"waitForRenderEnd", WaitForRenderEnd},
     {"commit", Commit},
     {"getImage", GetImage},
     {"close", Close},
     {"clearScene", ClearScene},
+    {"getComputeDevicesOptix", GetComputeDevicesOptix},
+    {"getComputeDevicesCUDA", GetComputeDevicesCUDA},
+    {"getComputeDevicesDenoiser", GetComputeDevicesDenoiser},
+    {"setComputeDevicesOptix", SetComputeDevicesOptix},
+    {"setComputeDevicesCUDA", SetComputeDevicesCUDA},
+    {"setComputeDevicesDenoiser", SetComputeDevicesDenoiser},
+    {"setComputeDevicesEnvironmentVariable", SetComputeDevicesEnvironmentVariable},
+    {"saveIrradianceMapFile", SaveIrradianceMapFile},
+    {"saveLightCacheFile", SaveLightCacheFile},
+    {"savePhotonMapFile", SavePhotonMapFile},
+    {"saveCausticsFile", SaveCausticsFile},
+    {"saveIrradianceMapFileSync", SaveIrradianceMapFileSync},
+    {"saveLightCacheFileSync", SaveLightCacheFileSync},
+    {"savePhotonMapFileSync", SavePhotonMapFileSync},
+    {"saveCausticsFileSync", SaveCausticsFileSync},
+    {"setResumableRendering", SetResumableRendering},
+    {"setBitmapCache", SetBitmapCache},
+    {"denoiseNow", DenoiseNow},
+    {"setIncludePaths", SetIncludePaths},
+    {"getAutoExposureResult", GetAutoExposureResult},
+    {"setKilnProfiler", SetKilnProfiler},
+    {"setKVWContextMenuItems", SetKVWContextMenuItems},
+    {"setKVWContextMenuItemValue", SetKVWContextMenuItemValue},
+    {"getKVWContextMenuItemValue", GetKVWContextMenuItemValue},
     {"getInstanceHandle", GetInstanceHandle},
 };
 

@@ -1,11 +1,15 @@
-// The accessors of a KilnRenderer. Nearly all are one call to the SDK and one conversion, and those are rows.
+// The accessors of a KilnRenderer and the methods that only read. Nearly all are one call to the SDK and one
+// conversion, and those are rows.
 #include "binding/error.h"
-#include "binding/option_reader.h"
+#include "binding/object_builder.h"
 #include "binding/text.h"
 #include "module/sdk_library.h"
 #include "renderer/kiln_renderer.h"
 #include "renderer/renderer_options.h"
+#include "renderer/renderer_regions.h"
 #include "renderer/renderer_wrapper.h"
+#include "scene/plugin_wrappers.h"
+#include "values/value_objects.h"
 
 namespace KilnNodeWrapper::KilnRendererNodeWrapper {
 namespace {
@@ -27,6 +31,11 @@ void GetFlag(Name, const GetterInfo& info) {
 template <auto kEntry>
 void SetFlag(Name, Value value, const SetterInfo& info) {
   (sdk.*kEntry)(RendererOf(info).renderer, value->BooleanValue(info.GetIsolate()));
+}
+
+template <auto kEntry>
+void GetNumber(Name, const GetterInfo& info) {
+  info.GetReturnValue().Set((sdk.*kEntry)(RendererOf(info).renderer));
 }
 
 void ReturnText(const GetterInfo& info, const char* text) {
@@ -64,9 +73,6 @@ void SetMaxTypedListsCopyByteSize(Name, Value value, const SetterInfo& info) {
 
 // --- Members with a logic of their own.
 
-void GetNumThreads(Name, const GetterInfo& info) {
-  info.GetReturnValue().Set(sdk.Kiln_KilnRenderer_getNumThreads(RendererOf(info).renderer));
-}
 void SetNumThreads(Name, Value value, const SetterInfo& info) {
   int32_t threads = 0;
   if (!value->Int32Value(ContextOf(info.GetIsolate())).To(&threads)) return;
@@ -75,36 +81,35 @@ void SetNumThreads(Name, Value value, const SetterInfo& info) {
   }
 }
 
-void GetSize(Name, const GetterInfo& info) {
+bool RefuseInDR2(v8::Isolate* isolate) {
+  if (!sdk.Kiln_isDR2()) return false;
+  ThrowError(isolate, "Property not supported in DR2.");
+  return true;
+}
+
+void GetInProcess(Name name, const GetterInfo& info) {
+  if (!RefuseInDR2(info.GetIsolate())) GetFlag<&SdkTable::Kiln_KilnRenderer_getInProcess>(name, info);
+}
+void SetInProcess(Name, Value value, const SetterInfo& info) {
   v8::Isolate* isolate = info.GetIsolate();
-  int32_t width = 0;
-  int32_t height = 0;
-  sdk.Kiln_KilnRenderer_getImageSize(RendererOf(info).renderer, &width, &height);
-  v8::Local<v8::Object> size = v8::Object::New(isolate);
-  if (defineValue(isolate, size, "width", v8::Integer::New(isolate, width), v8::None) &&
-      defineValue(isolate, size, "height", v8::Integer::New(isolate, height), v8::None)) {
-    info.GetReturnValue().Set(size);
+  if (RefuseInDR2(isolate)) return;
+  if (sdk.Kiln_KilnRenderer_setInProcess(RendererOf(info).renderer, value->BooleanValue(isolate)) == 0) {
+    ThrowError(isolate, "Can't set inProcess while rendering");
   }
 }
 
-void SetSize(Name, Value value, const SetterInfo& info) {
-  v8::Local<v8::Context> context = ContextOf(info.GetIsolate());
-  v8::Local<v8::Object> size;
-  if (!value->ToObject(context).ToLocal(&size)) return;
-  int32_t width = 0;
-  int32_t height = 0;
-  bool reset_crop_region = false;
-  bool reset_render_region = false;
-  OptionReader keys(context, size);
-  keys.Int("width", &width);
-  keys.Int("height", &height);
-  keys.Flag("resetCropRegion", &reset_crop_region);
-  keys.Flag("resetRenderRegion", &reset_render_region);
-  const int32_t flags =
-      (reset_crop_region ? 0 : KILN_KEEP_CROP_REGION) | (reset_render_region ? 0 : KILN_KEEP_RENDER_REGION);
-  sdk.Kiln_KilnRenderer_setImageSizeEx(RendererOf(info).renderer, width, height, flags);
-  // What can't be read counts as missing, and its exception is thrown in the end.
-  keys.Rethrow();
+void SetFrame(Name, Value value, const SetterInfo& info) {
+  int32_t frame = 0;
+  if (value->Int32Value(ContextOf(info.GetIsolate())).To(&frame)) {
+    sdk.Kiln_KilnRenderer_setCurrentFrame(RendererOf(info).renderer, frame);
+  }
+}
+
+void SetTime(Name, Value value, const SetterInfo& info) {
+  double time = 0;
+  if (value->NumberValue(ContextOf(info.GetIsolate())).To(&time)) {
+    sdk.Kiln_KilnRenderer_setCurrentTime(RendererOf(info).renderer, time);
+  }
 }
 
 struct Mode {
@@ -154,6 +159,38 @@ void SetRenderMode(Name, Value value, const SetterInfo& info) {
   ThrowError(isolate, error ? error : "");
 }
 
+void GetCamera(Name, const GetterInfo& info) {
+  const KilnPluginId id = sdk.Kiln_KilnRenderer_getCurrentCamera(RendererOf(info).renderer);
+  if (id == 0 || id == KILN_NO_PLUGIN) return;
+  info.GetReturnValue().Set(wrapPluginById(EnvironmentOf(info), compat::Holder(info), id, 0));
+}
+
+using SetName = int32_t (*SdkTable::*)(KilnRendererHandle, const char*);
+
+void PassName(Value value, const SetterInfo& info, SetName entry) {
+  Text name;
+  const bool none = value->IsNullOrUndefined();
+  if (!none && !name.Read(ContextOf(info.GetIsolate()), value)) return;
+  (sdk.*entry)(RendererOf(info).renderer, none ? nullptr : name.c_str());
+}
+
+void SetCamera(Name, Value value, const SetterInfo& info) {
+  Environment& environment = EnvironmentOf(info);
+  if (!isPlugin(environment, value)) {
+    return PassName(value, info, &SdkTable::Kiln_KilnRenderer_setCurrentCamera);
+  }
+  sdk.Kiln_KilnRenderer_setCurrentCameraByID(RendererOf(info).renderer, pluginIdOf(environment, value));
+}
+
+void GetCameraName(Name, const GetterInfo& info) {
+  const char* name = sdk.Kiln_KilnRenderer_getCameraName(RendererOf(info).renderer);
+  if (!name) return info.GetReturnValue().SetNull();
+  ReturnText(info, name);
+}
+void SetCameraName(Name, Value value, const SetterInfo& info) {
+  PassName(value, info, &SdkTable::Kiln_KilnRenderer_setCameraName);
+}
+
 void GetState(Name, const GetterInfo& info) {
   ReturnText(info, StateText(sdk.Kiln_KilnRenderer_getState(RendererOf(info).renderer)));
 }
@@ -166,12 +203,26 @@ void GetLastError(Name, const GetterInfo& info) {
 constexpr Accessor kAccessors[] = {
     {"autoCommit", GetAutoCommit, SetAutoCommit},
     {"options", GetOptions},
-    {"numThreads", GetNumThreads, SetNumThreads},
+    {"numThreads", GetNumber<&SdkTable::Kiln_KilnRenderer_getNumThreads>, SetNumThreads},
+    {"inProcess", GetInProcess, SetInProcess},
     {"size", GetSize, SetSize},
+    {"renderRegion", GetRenderRegion, SetRenderRegion},
+    {"cropRegion", GetCropRegion, SetCropRegion},
+    {"frame", GetNumber<&SdkTable::Kiln_KilnRenderer_getCurrentFrame>, SetFrame},
+    {"time", GetNumber<&SdkTable::Kiln_KilnRenderer_getCurrentTime>, SetTime},
+    {"useAnimatedValues", GetFlag<&SdkTable::Kiln_KilnRenderer_getAnimateProperties>,
+     SetFlag<&SdkTable::Kiln_KilnRenderer_setAnimateProperties>},
     {"renderEnded", GetFlag<&SdkTable::Kiln_KilnRenderer_isRenderEnded>},
+    {"sequenceEnded", GetFlag<&SdkTable::Kiln_KilnRenderer_isSequenceEnded>},
     {"renderMode", GetRenderMode, SetRenderMode},
+    {"paused", GetFlag<&SdkTable::Kiln_KilnRenderer_getPauseRTStatus>},
+    {"camera", GetCamera, SetCamera},
+    {"cameraName", GetCameraName, SetCameraName},
     {"state", GetState},
     {"minLogLevel", GetMinLogLevel, SetMinLogLevel},
+    {"keepInteractiveRunning", GetFlag<&SdkTable::Kiln_KilnRenderer_getKeepInteractiveRunning>,
+     SetFlag<&SdkTable::Kiln_KilnRenderer_setKeepInteractiveRunning>},
+    {"currentEventTime", GetNumber<&SdkTable::Kiln_KilnRenderer_getCurrentEventTime>},
     {"lastError", GetLastError},
     {"progressiveImageUpdatedHasBuffer", GetFlag<&SdkTable::Kiln_KilnRenderer_getImageUpdatedHasBuffer>,
      SetFlag<&SdkTable::Kiln_KilnRenderer_setImageUpdatedHasBuffer>},
@@ -183,5 +234,30 @@ constexpr Accessor kAccessors[] = {
 }  // namespace
 
 const std::span<const Accessor> kRendererAccessors = kAccessors;
+
+void ClearLastError(const Arguments& info) {
+  sdk.Kiln_KilnRenderer_clearLastErrorCode(RendererOf(info).renderer);
+}
+
+void GetBoundingBox(const Arguments& info) {
+  using KilnValuesNodeWrapper::NewValue;
+  using KilnValuesNodeWrapper::Vector;
+  KilnBox box{};
+  if (sdk.Kiln_KilnRenderer_getBoundingBox(RendererOf(info).renderer, &box) == 0) return;
+  Environment& environment = EnvironmentOf(info);
+  ObjectBuilder object(info.GetIsolate());
+  object.Object("min", NewValue(environment, Vector{box.lower[0], box.lower[1], box.lower[2]}));
+  object.Object("max", NewValue(environment, Vector{box.upper[0], box.upper[1], box.upper[2]}));
+  object.Return(info);
+}
+
+void GetAutoExposureResult(const Arguments& info) {
+  KilnAutoExposure values{};
+  if (sdk.Kiln_KilnRenderer_getAutoExposureResult(RendererOf(info).renderer, &values) == 0) return;
+  ObjectBuilder object(info.GetIsolate());
+  object.Number("autoExposure", values.autoExposure);
+  object.Number("autoWhiteBalance", values.autoWhiteBalance);
+  object.Return(info);
+}
 
 }  // namespace KilnNodeWrapper::KilnRendererNodeWrapper
