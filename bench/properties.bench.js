@@ -27,7 +27,9 @@ function readDouble(count) {
   globalThis.sum = sum;
 }
 function readVector(count) {
-  for (let i = 0; i < count; i++) globalThis.last = plugin.direction;
+  let last;
+  for (let i = 0; i < count; i++) last = plugin.direction;
+  globalThis.last = last;
 }
 function writeInt(count) {
   for (let i = 0; i < count; i++) plugin.subdivs = i;

@@ -11,6 +11,7 @@
 #include <array>
 #include <bit>
 #include <cstdint>
+#include <utility>
 
 #include "binding/v8_compat.h"
 
@@ -72,21 +73,23 @@ inline double GetDoubleField(v8::Local<v8::Object> object, int field) {
 // Doubles from a field on, read and written together. `raw` says that the slots of such objects have been
 // seen to be plain words (RawFieldsWork).
 template <size_t kCount>
-std::array<double, kCount> GetDoubleFields(v8::Local<v8::Object> object, int field, bool raw) {
-  std::array<double, kCount> values;
+[[gnu::always_inline]] inline std::array<double, kCount> GetDoubleFields(v8::Local<v8::Object> object,
+                                                                         int field, bool raw) {
   if (raw) {
     const uintptr_t* slots = compat::FieldSlots(object) + field + 1;
-    for (size_t i = 0; i < kCount; i++) {
-      values[i] = std::bit_cast<double>(uint64_t{slots[2 * i]} >> 1 | uint64_t{slots[2 * i + 1]} >> 1 << 32);
+    return [slots]<size_t... kIndex>(std::index_sequence<kIndex...>) {
+      return std::array<double, kCount>{std::bit_cast<double>(uint64_t{slots[2 * kIndex]} >> 1 |
+                                                              uint64_t{slots[2 * kIndex + 1]} >> 1 << 32)...};
     }
-  } else {
-    for (size_t i = 0; i < kCount; i++) values[i] = GetDoubleField(object, field + static_cast<int>(2 * i));
+    (std::make_index_sequence<kCount>{});
   }
+  std::array<double, kCount> values;
+  for (size_t i = 0; i < kCount; i++) values[i] = GetDoubleField(object, field + static_cast<int>(2 * i));
   return values;
 }
 template <size_t kCount>
-void SetDoubleFields(v8::Local<v8::Object> object, int field, const std::array<double, kCount>& values,
-                     bool raw) {
+[[gnu::always_inline]] inline void SetDoubleFields(v8::Local<v8::Object> object, int field,
+                                                   const std::array<double, kCount>& values, bool raw) {
   if (raw) {
     uintptr_t* slots = compat::FieldSlots(object) + field + 1;
     for (size_t i = 0; i < kCount; i++) {

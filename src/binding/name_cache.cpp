@@ -16,7 +16,6 @@ const char* NameCache::Add(v8::Isolate* isolate, v8::Local<v8::String> key) {
   if (entries_.empty()) entries_.resize(kEntries);
   const int hash = key->GetIdentityHash();
   Entry& entry = entries_[Place(key, hash)];
-  entry.hash = hash;
   entry.key.Reset(isolate, key);
   entry.text = std::make_unique<char[]>(text.length() + 1);
   std::memcpy(entry.text.get(), text.c_str(), text.length() + 1);

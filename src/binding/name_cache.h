@@ -26,16 +26,14 @@ class NameCache {
 
  private:
   struct Entry {
-    int hash = 0;
     v8::Global<v8::String> key;
     std::unique_ptr<char[]> text;  // null: free
   };
   // Where the key stands, or would stand.
   size_t Place(v8::Local<v8::String> key, int hash) const {
     size_t i = static_cast<size_t>(hash) & (kEntries - 1);
-    while (entries_[i].text && (entries_[i].hash != hash || entries_[i].key != key)) {
-      i = (i + 1) & (kEntries - 1);
-    }
+    // The key first: nearly always it is the right one.
+    while (entries_[i].key != key && entries_[i].text) i = (i + 1) & (kEntries - 1);
     return i;
   }
 

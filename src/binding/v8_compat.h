@@ -184,6 +184,18 @@ template <class Layout = v8::internal::Internals>
 #endif
 }
 
+// The handle of a Global that is not weak and stays as it is during the call, without making another.
+template <class T>
+v8::Local<T> Strong(v8::Isolate* isolate, const v8::Global<T>& global) {
+#if defined(V8_ENABLE_DIRECT_HANDLE)
+  return global.Get(isolate);
+#else
+  (void)isolate;
+  static_assert(sizeof(v8::Global<T>) == sizeof(v8::Local<T>));
+  return *reinterpret_cast<const v8::Local<T>*>(&global);
+#endif
+}
+
 // A copy of an object with its internal fields.
 template <class Object>
 v8::Local<v8::Object> Clone(v8::Isolate* isolate, v8::Local<Object> object) {

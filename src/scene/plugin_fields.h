@@ -34,7 +34,7 @@ inline KilnRendererNodeWrapper::RendererWrapper* RecordOfPlugin(v8::Local<v8::Ob
 
 // A plugin that the SDK can be asked about: none when the object has no ID or its renderer is closed.
 struct LivePlugin {
-  explicit LivePlugin(v8::Local<v8::Object> plugin) : record(RecordOfPlugin(plugin)) {
+  [[gnu::always_inline]] explicit LivePlugin(v8::Local<v8::Object> plugin) : record(RecordOfPlugin(plugin)) {
     if (!record || !record->renderer) return;
     renderer = record->renderer;
     id = IdFieldOf(plugin);

@@ -47,14 +47,14 @@ inline constexpr int kValueClasses = 5;
 
 // The components of an object that is known to be an instance.
 template <class T>
-T LoadValue(v8::Local<v8::Object> object) {
+[[gnu::always_inline]] inline T LoadValue(v8::Local<v8::Object> object) {
   return std::bit_cast<T>(
       GetDoubleFields<ValueClass<T>::kDoubles>(object, ValueClass<T>::kObjects, raw_value_fields));
 }
 
 // Writes the components into an instance, whose tag stands already.
 template <class T>
-void SaveComponents(v8::Local<v8::Object> object, const T& value) {
+[[gnu::always_inline]] inline void SaveComponents(v8::Local<v8::Object> object, const T& value) {
   SetDoubleFields(object, ValueClass<T>::kObjects,
                   std::bit_cast<std::array<double, ValueClass<T>::kDoubles>>(value), raw_value_fields);
 }
@@ -97,7 +97,7 @@ v8::MaybeLocal<v8::Object> NewValue(Environment& environment, const T& value) {
     SaveValue(first, T{});
     pristine.Reset(isolate, first);
   }
-  v8::Local<v8::Object> object = compat::Clone(isolate, pristine.Get(isolate));
+  v8::Local<v8::Object> object = compat::Clone(isolate, compat::Strong(isolate, pristine));
   SaveComponents(object, value);
   return object;
 }

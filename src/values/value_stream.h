@@ -5,6 +5,7 @@
 
 #include <bit>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 
@@ -28,7 +29,11 @@ inline const double TimeDirect =
 class ValueWriter {
  public:
   // Typed lists above max_copy_size bytes (compared unsigned, after sign extension) are kept by the SDK.
-  ValueWriter(Environment& environment, int32_t max_copy_size);
+  ValueWriter(Environment& environment, int32_t max_copy_size)
+      : environment_(environment),
+        isolate_(environment.isolate()),
+        max_copy_size_(max_copy_size),
+        heap_(nullptr, std::free) {}
   ValueWriter(const ValueWriter&) = delete;
   ValueWriter& operator=(const ValueWriter&) = delete;
 

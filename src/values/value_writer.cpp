@@ -52,11 +52,13 @@ const ListForm* FormOf(Environment& environment, v8::Local<v8::TypedArray> array
   return nullptr;
 }
 
+// Element by element from registers: a loop would read back in one piece what was just written in two.
 template <size_t kCount>
-std::array<float, kCount> Narrow(const std::array<double, kCount>& doubles) {
-  std::array<float, kCount> floats;
-  for (size_t i = 0; i < kCount; i++) floats[i] = static_cast<float>(doubles[i]);
-  return floats;
+[[gnu::always_inline]] inline std::array<float, kCount> Narrow(const std::array<double, kCount>& doubles) {
+  return [&]<size_t... kIndex>(std::index_sequence<kIndex...>) {
+    return std::array<float, kCount>{static_cast<float>(doubles[kIndex])...};
+  }
+  (std::make_index_sequence<kCount>{});
 }
 template <class T>
 auto NarrowValue(const T& value) {
@@ -64,12 +66,6 @@ auto NarrowValue(const T& value) {
 }
 
 }  // namespace
-
-ValueWriter::ValueWriter(Environment& environment, int32_t max_copy_size)
-    : environment_(environment),
-      isolate_(environment.isolate()),
-      max_copy_size_(max_copy_size),
-      heap_(nullptr, std::free) {}
 
 bool ValueWriter::Grow(size_t size) {
   size_t capacity = capacity_ == kInlineSize ? 2 * kInlineSize : capacity_;
