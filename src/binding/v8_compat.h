@@ -9,6 +9,7 @@
 #include <v8.h>
 
 #include <cstdint>
+#include <cstring>
 #include <type_traits>
 
 #define KILN_V8_AT_LEAST(major, minor) \
@@ -195,6 +196,20 @@ v8::Local<T> Strong(v8::Isolate* isolate, const v8::Global<T>& global) {
   return *reinterpret_cast<const v8::Local<T>*>(&global);
 #endif
 }
+
+// Another look at a Global's handle, which owns nothing and is as good as the Global.
+template <class T>
+class HandleView {
+ public:
+  HandleView() = default;
+  explicit HandleView(const v8::Global<T>& global) { std::memcpy(bytes_, &global, sizeof(bytes_)); }
+  v8::Local<T> Get(v8::Isolate* isolate) const {
+    return reinterpret_cast<const v8::Global<T>*>(bytes_)->Get(isolate);
+  }
+
+ private:
+  alignas(v8::Global<T>) unsigned char bytes_[sizeof(v8::Global<T>)] = {};
+};
 
 // A copy of an object with its internal fields.
 template <class Object>

@@ -8,67 +8,56 @@ namespace {
 
 constexpr size_t kFirstBuckets = 16;
 
-// IDs may be addresses or counters: their low bits alone would make long runs.
-uint32_t Mix(KilnPluginId id) {
-  id ^= id >> 32;
-  id *= UINT64_C(0x9E3779B97F4A7C15);
-  return static_cast<uint32_t>(id >> 32);
-}
-
 }  // namespace
 
-size_t PluginCache::BucketOf(KilnPluginId id, uint32_t hash) const {
+// IDs may be addresses or counters: their low bits alone would make long runs.
+size_t PluginCache::HomeOf(KilnPluginId id) const {
+  id ^= id >> 32;
+  id *= UINT64_C(0x9E3779B97F4A7C15);
+  return static_cast<size_t>(id >> 32) & (buckets_.size() - 1);
+}
+
+size_t PluginCache::BucketOf(KilnPluginId id, uint32_t output) const {
   const size_t mask = buckets_.size() - 1;
-  size_t i = hash & mask;
-  while (buckets_[i].slot != 0 && (buckets_[i].hash != hash || At(buckets_[i].slot).id != id))
-    i = (i + 1) & mask;
+  size_t i = HomeOf(id);
+  while (buckets_[i].slot != 0 && (buckets_[i].id != id || buckets_[i].output != output)) i = (i + 1) & mask;
   return i;
 }
 
 v8::Local<v8::Object> PluginCache::Find(v8::Isolate* isolate, KilnPluginId id, uint32_t output) const {
   if (buckets_.empty()) return {};
-  for (uint32_t number = buckets_[BucketOf(id, Mix(id))].slot; number != 0;) {
-    const Slot& slot = At(number);
-    if (slot.output == output) return slot.object.Get(isolate);
-    number = slot.next;
-  }
-  return {};
+  const Bucket& bucket = buckets_[BucketOf(id, output)];
+  return bucket.slot != 0 ? bucket.object.Get(isolate) : v8::Local<v8::Object>();
 }
 
 void PluginCache::Insert(v8::Isolate* isolate, KilnPluginId id, uint32_t output,
                          v8::Local<v8::Object> object) {
-  if (used_buckets_ + 1 > buckets_.size() / 4 * 3) Grow();
-  const uint32_t hash = Mix(id);
+  if (count_ + 1 > buckets_.size() / 4 * 3) Grow();
   const uint32_t number = NewSlot();
   Slot& slot = At(number);
   slot.id = id;
   slot.output = output;
   slot.object.Reset(isolate, object);
   slot.object.SetWeak(&slot, OnCollected, v8::WeakCallbackType::kParameter);
-  Bucket& bucket = buckets_[BucketOf(id, hash)];
-  if (bucket.slot == 0) used_buckets_++;
-  slot.next = bucket.slot;
-  bucket = {hash, number};
+  buckets_[BucketOf(id, output)] = {id, compat::HandleView(slot.object), output, number};
   count_++;
 }
 
 void PluginCache::Erase(KilnPluginId id) {
   if (buckets_.empty()) return;
-  const size_t i = BucketOf(id, Mix(id));
-  uint32_t number = buckets_[i].slot;
-  if (number == 0) return;
-  EraseBucket(i);
-  while (number != 0) {
-    const uint32_t next = At(number).next;
-    Free(number);
-    number = next;
+  for (size_t i = HomeOf(id); buckets_[i].slot != 0;) {
+    if (buckets_[i].id == id) {
+      EraseBucket(i);  // which may bring another of the ID here
+    } else {
+      i = (i + 1) & (buckets_.size() - 1);
+    }
   }
+  if (count_ == 0) Clear();
 }
 
 void PluginCache::Clear() {
   std::vector<Bucket>().swap(buckets_);
   chunks_.clear();
-  used_buckets_ = 0;
   count_ = 0;
   free_ = 0;
 }
@@ -76,37 +65,26 @@ void PluginCache::Clear() {
 void PluginCache::Grow() {
   std::vector<Bucket> old(std::max(kFirstBuckets, 2 * buckets_.size()));
   old.swap(buckets_);
-  const size_t mask = buckets_.size() - 1;
   for (const Bucket& bucket : old) {
-    if (bucket.slot == 0) continue;
-    size_t i = bucket.hash & mask;
-    while (buckets_[i].slot != 0) i = (i + 1) & mask;
-    buckets_[i] = bucket;
+    if (bucket.slot != 0) buckets_[BucketOf(bucket.id, bucket.output)] = bucket;
   }
 }
 
-// Those behind the hole that would not be found any more move into it, so that no bucket is ever a marker of
-// something erased.
+// Frees its slot too. Those behind the hole that would not be found any more move into it, so that no bucket
+// is ever a marker of something erased.
 void PluginCache::EraseBucket(size_t hole) {
+  const uint32_t number = buckets_[hole].slot;
   const size_t mask = buckets_.size() - 1;
   for (size_t i = (hole + 1) & mask; buckets_[i].slot != 0; i = (i + 1) & mask) {
-    const size_t home = buckets_[i].hash & mask;
-    if (((i - home) & mask) < ((i - hole) & mask)) continue;
+    if (((i - HomeOf(buckets_[i].id)) & mask) < ((i - hole) & mask)) continue;
     buckets_[hole] = buckets_[i];
     hole = i;
   }
   buckets_[hole] = {};
-  used_buckets_--;
-}
-
-void PluginCache::Erase(Slot* slot) {
-  const size_t i = BucketOf(slot->id, Mix(slot->id));
-  uint32_t* link = &buckets_[i].slot;
-  while (&At(*link) != slot) link = &At(*link).next;
-  const uint32_t number = *link;
-  *link = slot->next;
-  if (buckets_[i].slot == 0) EraseBucket(i);
-  Free(number);
+  At(number).object.Reset();
+  At(number).next_free = free_;
+  free_ = number;
+  count_--;
 }
 
 uint32_t PluginCache::NewSlot() {
@@ -115,21 +93,13 @@ uint32_t PluginCache::NewSlot() {
     chunks_.push_back(std::make_unique<Slot[]>(kChunk));
     for (uint32_t number = first + kChunk; number-- > first;) {
       At(number).owner = this;
-      At(number).next = free_;
+      At(number).next_free = free_;
       free_ = number;
     }
   }
   const uint32_t number = free_;
-  free_ = At(number).next;
+  free_ = At(number).next_free;
   return number;
-}
-
-void PluginCache::Free(uint32_t number) {
-  Slot& slot = At(number);
-  slot.object.Reset();
-  slot.next = free_;
-  free_ = number;
-  if (--count_ == 0) Clear();
 }
 
 // First pass, possibly while an object is being made for an insertion.
@@ -142,7 +112,9 @@ void PluginCache::OnCollected(const v8::WeakCallbackInfo<Slot>& info) {
                  static_cast<unsigned long long>(slot->id), static_cast<int>(slot->output));
     return;
   }
-  slot->owner->Erase(slot);
+  PluginCache& cache = *slot->owner;
+  cache.EraseBucket(cache.BucketOf(slot->id, slot->output));
+  if (cache.empty()) cache.Clear();
 }
 
 }  // namespace KilnNodeWrapper
