@@ -1,5 +1,5 @@
-// Entry points of property definitions. A definition is a row of a class table: its address and its texts,
-// which are literals, live as long as the library.
+// Entry points of property definitions. A definition is a row of a class table: its address and its texts
+// live as long as the library.
 #include <cmath>
 #include <string>
 #include <unordered_map>
@@ -36,14 +36,57 @@ std::string UiGuides(const Property& property) {
   return guides;
 }
 
-using Guides = std::unordered_map<const Property*, std::string>;
+// In prose a whole number has no point, which the scene text asks for.
+std::string Number(double number) {
+  std::string text = scene::FormatNumber(number);
+  if (text.size() > 2 && text.compare(text.size() - 2, 2, ".0") == 0) text.resize(text.size() - 2);
+  return text;
+}
 
-Guides AllGuides() {
-  Guides guides;
-  for (const PluginClass* type : scene::AllClasses()) {
-    for (const Property& property : type->properties) guides.emplace(&property, UiGuides(property));
+// " 0.01 to 179 deg.", " At least 0 m.", " In W/sr.", as far as the row says so.
+std::string Bounds(const Property& property) {
+  const auto [min, max] = property.range;
+  std::string bounds;
+  if (std::isfinite(min) && std::isfinite(max)) {
+    bounds = Number(min) + " to " + Number(max);
+  } else if (std::isfinite(min)) {
+    bounds = "At least " + Number(min);
+  } else if (std::isfinite(max)) {
+    bounds = "At most " + Number(max);
+  } else if (!property.unit.empty()) {
+    bounds = "In";
   }
-  return guides;
+  if (bounds.empty()) return bounds;
+  if (!property.unit.empty()) (bounds += ' ') += property.unit;
+  return ' ' + bounds + '.';
+}
+
+// What is put together from a row. A script sees a range and a unit in the description alone.
+struct Texts {
+  std::string guides;
+  std::string description;
+};
+
+using TextsOfRows = std::unordered_map<const Property*, Texts>;
+
+TextsOfRows AllTexts() {
+  TextsOfRows texts;
+  for (const PluginClass* type : scene::AllClasses()) {
+    for (const Property& property : type->properties) {
+      texts.emplace(&property,
+                    Texts{UiGuides(property), std::string(property.description) + Bounds(property)});
+    }
+  }
+  return texts;
+}
+
+// Null for a definition of no class and for an empty text.
+const char* TextOf(KilnPropertyDefinition definition, std::string Texts::*text) {
+  return Guarded<const char*>(nullptr, [&]() -> const char* {
+    static const TextsOfRows texts = AllTexts();
+    const auto found = texts.find(AsProperty(definition));
+    return found == texts.end() || (found->second.*text).empty() ? nullptr : (found->second.*text).c_str();
+  });
 }
 
 }  // namespace
@@ -91,7 +134,7 @@ const char* Kiln_PluginUtils_getPropertyName(KilnPropertyDefinition definition) 
 }
 
 const char* Kiln_PluginUtils_getPropertyDescription(KilnPropertyDefinition definition) {
-  return definition ? TextOrNull(AsProperty(definition)->description) : nullptr;
+  return TextOf(definition, &Texts::description);
 }
 
 const char* Kiln_PluginUtils_getPropertyAliases(KilnPropertyDefinition definition) {
@@ -103,11 +146,7 @@ const char* Kiln_PluginUtils_getPropertyDeprecation(KilnPropertyDefinition defin
 }
 
 const char* Kiln_PluginUtils_getPropertyUIGuides(KilnPropertyDefinition definition) {
-  return Guarded<const char*>(nullptr, [&]() -> const char* {
-    static const Guides guides = AllGuides();
-    const auto found = guides.find(AsProperty(definition));
-    return found == guides.end() || found->second.empty() ? nullptr : found->second.c_str();
-  });
+  return TextOf(definition, &Texts::guides);
 }
 
 int32_t Kiln_PluginUtils_getPropertyType(KilnPropertyDefinition definition) {

@@ -128,6 +128,26 @@ void RenderScene::BuildTopLevel(RTCDevice device) {
   rtcCommitScene(top_.get());
 }
 
+namespace {
+
+// The power of an infinite light grows with the scene, what it gives a point does not. In a wide scene it
+// would take almost every choice, and what the lamps give would be a few bright dots; so it gets at most as
+// many as they do.
+void LimitInfinite(const std::vector<std::shared_ptr<const Light>>& lights, std::vector<float>* powers) {
+  double local = 0;
+  double infinite = 0;
+  for (size_t i = 0; i < powers->size(); ++i) {
+    if (std::isfinite((*powers)[i])) (lights[i]->IsInfinite() ? infinite : local) += (*powers)[i];
+  }
+  if (local <= 0 || infinite <= local) return;
+  const auto factor = static_cast<float>(local / infinite);
+  for (size_t i = 0; i < powers->size(); ++i) {
+    if (lights[i]->IsInfinite()) (*powers)[i] *= factor;
+  }
+}
+
+}  // namespace
+
 void RenderScene::BuildLights() {
   for (SceneObject& object : objects) {
     if (!object.emissive) continue;
@@ -150,6 +170,7 @@ void RenderScene::BuildLights() {
     if (lights[i]->HasShape()) shape_lights_.push_back(static_cast<uint32_t>(i));
     if (lights[i]->IsInfinite()) infinite_lights_.push_back(static_cast<uint32_t>(i));
   }
+  LimitInfinite(lights, &powers);
   light_choice_ = AliasTable(powers);
 }
 

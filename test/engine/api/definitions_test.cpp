@@ -50,7 +50,14 @@ TEST_F(Definitions, AreFoundByClassInstanceAndName) {
 TEST_F(Definitions, TellWhatTheTableSays) {
   KilnPropertyDefinition definition = Of("SettingsSampler", "bucketSize");
   EXPECT_STREQ(Kiln_PluginUtils_getPropertyName(definition), "bucketSize");
-  EXPECT_STREQ(Kiln_PluginUtils_getPropertyDescription(definition), "Side of a bucket.");
+  EXPECT_STREQ(Kiln_PluginUtils_getPropertyDescription(definition), "Side of a bucket. 4 to 1024 px.");
+  const auto description = [&](const char* type, const char* property) {
+    return std::string(Kiln_PluginUtils_getPropertyDescription(Of(type, property)));
+  };
+  EXPECT_EQ(description("CameraPerspective", "fov"), "Field of view. 0.01 to 179 deg.");
+  EXPECT_EQ(description("CameraPerspective", "nearClip"), "Nothing nearer is seen. At least 0 m.");
+  EXPECT_EQ(description("GeomStaticMesh", "faces").find(" to "), std::string::npos);
+  EXPECT_EQ(Kiln_PluginUtils_getPropertyDescription(nullptr), nullptr);
   EXPECT_EQ(Kiln_PluginUtils_getPropertyType(definition), 0);
   EXPECT_EQ(Kiln_PluginUtils_getPropertyElementsCount(definition), -1);
   EXPECT_EQ(Kiln_PluginUtils_getPropertyAliases(definition), nullptr);

@@ -65,6 +65,16 @@ TEST(SceneBuilder, DegenerateTrianglesAndNormalsDoNotPoisonThePicture) {
   for (size_t i = 0; i < 4 * image->pixel_count(); ++i) EXPECT_TRUE(std::isfinite(image->pixels()[i]));
 }
 
+TEST(SceneBuilder, ALampIsNotStarvedByTheSkyOfAWideScene) {
+  SceneKit kit;
+  kit.Make("LightDome", {{"intensity", 1.0f}});
+  kit.Make("LightRectangle", {{"intensity", 10.0f}});
+  kit.Quad({-500, 0, 500}, {500, 0, 500}, {500, 0, -500}, {-500, 0, -500}, kit.Diffuse({1, 1, 1}));
+  const auto wide = kit.Build();
+  ASSERT_EQ(wide->lights.size(), 2u);
+  for (uint32_t light : {0u, 1u}) EXPECT_NEAR(wide->LightProbability(light), 0.5f, 1e-4f);
+}
+
 TEST(SceneBuilder, SingularTransformsAndMissingPartsAreLeftOut) {
   SceneKit kit;
   const PluginId mesh = kit.Mesh({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {0, 1, 2});
