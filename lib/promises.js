@@ -14,6 +14,9 @@ const settle = {
     value === null ? reject(new Error(`${name} failed: the image could not be made.`)) : resolve(value),
 };
 
+// Where the callback stands among the arguments, for the members that do not take it as the last one.
+const CALLBACK_PLACES = { pickPlugin: 2, denoiseNow: 0 };
+
 const RENDERER = {
   load: 'errorFirst',
   loadAsText: 'errorFirst',
@@ -22,6 +25,13 @@ const RENDERER = {
   render: 'errorFirst',
   stop: 'value',
   waitForRenderEnd: 'value',
+  pickPlugin: 'value',
+  pickPlugins: 'value',
+  denoiseNow: 'valueOrNull',
+  saveIrradianceMapFile: 'errorFirst',
+  saveLightCacheFile: 'errorFirst',
+  savePhotonMapFile: 'errorFirst',
+  saveCausticsFile: 'errorFirst',
   close: 'value',
 };
 
@@ -39,7 +49,10 @@ const IMAGE = {
 function promised(member, name, kind) {
   return function (...args) {
     return new Promise((resolve, reject) => {
-      member.call(this, ...args, settle[kind](resolve, reject, name));
+      const place = name in CALLBACK_PLACES ? CALLBACK_PLACES[name] : args.length;
+      const result = member.call(this, ...args.slice(0, place), settle[kind](resolve, reject, name), ...args.slice(place));
+      // Work that did not begin calls nobody back.
+      if (result === false) reject(new Error(`${name} failed: it could not begin.`));
     });
   };
 }
@@ -62,6 +75,7 @@ function addPromises(Class, kinds) {
   const forms = {};
   for (const [name, kind] of Object.entries(kinds)) {
     const member = Class.prototype[name];
+    if (!member) continue;
     forms[name] = promised(member, name, kind);
     if (name === 'close') forms[name] = closedOnce(forms[name]);
     define(member, util.promisify.custom, forms[name]);
@@ -83,6 +97,8 @@ function setupPromises(native) {
   addPromises(native.KilnImage, IMAGE);
   return Object.freeze({
     createKilnRenderer: promised(native.createKilnRenderer, 'createKilnRenderer', 'errorFirst').bind(native),
+    getOSLParameters: promised(native.getOSLParameters, 'getOSLParameters', 'errorFirst').bind(native),
+    checkDRHost: promised(native.checkDRHost, 'checkDRHost', 'errorFirst').bind(native),
     createImageFromBuffer: promised(
       native.KilnImage.createFromBuffer,
       'createFromBuffer',

@@ -43,6 +43,13 @@ v8::MaybeLocal<v8::String> NewText(v8::Isolate* isolate, std::string_view text);
 // The same for property and event names, which are internalized.
 v8::MaybeLocal<v8::String> NewName(v8::Isolate* isolate, std::string_view text);
 
+// The text as the result of a handler, or nothing when it can't be made.
+template <class Info>
+void ReturnText(const Info& info, std::string_view text) {
+  v8::Local<v8::String> result;
+  if (NewText(info.GetIsolate(), text).ToLocal(&result)) info.GetReturnValue().Set(result);
+}
+
 // ASCII comparison without regard to case, as all type strings and option keys are compared.
 bool EqualsIgnoringCase(std::string_view a, std::string_view b);
 

@@ -17,6 +17,12 @@
 #include "scene/plugin.h"
 #include "scene/plugin_class.h"
 #include "scene/plugins.h"
+#include "utilities/bin_user_attributes_writer.h"
+#include "utilities/host_check.h"
+#include "utilities/osl_parameters.h"
+#include "utilities/scanned_material_info.h"
+#include "utilities/scanned_material_params.h"
+#include "utilities/util.h"
 #include "values/typed_lists.h"
 #include "values/value_classes.h"
 
@@ -32,6 +38,9 @@ constexpr Method kModuleFunctions[] = {
     {"close", CloseLibrary},
     {"setProcessPriority", SetProcessPriority},
     {"createKilnRenderer", CreateKilnRenderer},
+    {"encodeScannedMaterialParams", EncodeScannedMaterialParams},
+    {"getOSLParameters", GetOSLParameters},
+    {"getOSLParametersSync", GetOSLParametersSync},
     {"setEnvVar", SetEnvVar},
     {"getEnvVar", GetEnvVar},
     {"setNumaNode", SetNumaNode},
@@ -48,6 +57,8 @@ constexpr Method kModuleFunctions[] = {
     {"getKilnVersionDetails", GetKilnVersionDetails},
     {"getMaterialLibraryPath", GetMaterialLibraryPath},
     {"isDR2", IsDR2},
+    {"checkDRHost", CheckDRHost},
+    {"checkDRHostSync", CheckDRHostSync},
 };
 
 struct Constant {
@@ -104,10 +115,24 @@ void RegisterLanguage(v8::Isolate* isolate, v8::Local<v8::External>, v8::Local<v
 
 // Classes and namespaces, in the order in which they appear on the exports.
 constexpr void (*kClasses[])(v8::Isolate*, v8::Local<v8::External>, v8::Local<v8::Object>) = {
-    RegisterKilnRenderer,   RegisterKilnImage,     RegisterPlugin,   RegisterPlugins, RegisterPluginClass,
-    RegisterClasses,        RegisterCategory,      RegisterRenderElements,
-    RegisterRenderElement,  RegisterLanguage,      RegisterMatrix,   RegisterColor,
-    RegisterAColor,         RegisterVector,        RegisterTransform,
+    RegisterKilnRenderer,
+    RegisterKilnImage,
+    RegisterPlugin,
+    RegisterPlugins,
+    RegisterPluginClass,
+    RegisterClasses,
+    RegisterCategory,
+    RegisterRenderElements,
+    RegisterRenderElement,
+    RegisterUtil,
+    RegisterLanguage,
+    RegisterMatrix,
+    RegisterColor,
+    RegisterAColor,
+    RegisterVector,
+    RegisterTransform,
+    RegisterScannedMaterialInfo,
+    RegisterBinUserAttributesWriter,
 };
 
 void FillExports(v8::Isolate* isolate, Environment& environment, v8::Local<v8::Object> exports) {

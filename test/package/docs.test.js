@@ -14,6 +14,7 @@ const API = path.join(ROOT, 'docs', 'api');
 const PAGES = {
   PluginRef: 'plugin', Category: 'class',
   Vector: 'values', Matrix: 'values', Transform: 'values', Color: 'values', AColor: 'values',
+  ScannedMaterialInfo: 'utilities', BinUserAttributesWriter: 'utilities',
   IntList: 'lists', FloatList: 'lists', VectorList: 'lists', ColorList: 'lists',
 };
 // What an emitter has, Node.js documents.
