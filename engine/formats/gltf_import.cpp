@@ -9,6 +9,7 @@
 #include "engine/formats/gltf_mesh.h"
 #include "engine/formats/gltf_nodes.h"
 #include "engine/formats/importers.h"
+#include "engine/formats/load_stage.h"
 #include "engine/formats/model_import_failure.h"
 
 namespace kiln::engine::formats {
@@ -21,22 +22,22 @@ constexpr float kFar = 1e30f;
 
 class GltfImporter {
  public:
-  GltfImporter(const GltfDocument& document, const std::filesystem::path& base_dir)
+  GltfImporter(const GltfDocument& document, scene::SceneBatch& batch, const std::filesystem::path& base_dir)
       : document_(document),
         model_(document.model),
-        stage_(base_dir),
+        stage_(batch, base_dir),
         textures_(document, stage_, base_dir),
         materials_(document, stage_, textures_),
         meshes_(document, stage_),
         nodes_(FlattenNodes(document.model)) {}
 
-  LoadResult Run(scene::Scene& scene, const scene::LoadFilter& filter) {
+  LoadResult Run() {
     for (const int node : nodes_.visible) {
       if (model_.nodes[node].mesh >= 0) AddMesh(node);
       if (model_.nodes[node].camera >= 0) AddCamera(node);
       AddLight(node);
     }
-    return stage_.Commit(scene, filter);
+    return stage_.Finish();
   }
 
  private:
@@ -169,9 +170,8 @@ class GltfImporter {
 
 }  // namespace
 
-LoadResult ImportGltf(scene::Scene& scene, std::span<const std::byte> bytes,
-                      const std::filesystem::path& base_dir, const std::string& file_label,
-                      const scene::LoadFilter& filter) {
+LoadResult StageGltf(LoadStage& stage, std::span<const std::byte> bytes,
+                     const std::filesystem::path& base_dir, const std::string& file_label) {
   return GuardImport(file_label, [&]() -> LoadResult {
     const GltfDocument document = OpenGltf(bytes, base_dir);
     if (document.needs_draco) {
@@ -179,10 +179,18 @@ LoadResult ImportGltf(scene::Scene& scene, std::span<const std::byte> bytes,
       const std::filesystem::path name = std::filesystem::path(file_label).filename();
       const std::filesystem::path file =
           base_dir.empty() ? std::filesystem::path() : base_dir / (name.empty() ? "scene.gltf" : name);
-      return ImportModel(scene, bytes, file, binary ? "glb" : "gltf", filter);
+      return StageModel(stage, bytes, file, binary ? "glb" : "gltf");
     }
-    return GltfImporter(document, base_dir).Run(scene, filter);
+    return GltfImporter(document, stage.batch, base_dir).Run();
   });
+}
+
+LoadResult ImportGltf(scene::Scene& scene, std::span<const std::byte> bytes,
+                      const std::filesystem::path& base_dir, const std::string& file_label,
+                      const scene::LoadFilter& filter) {
+  LoadStage stage{scene};
+  LoadResult staged = StageGltf(stage, bytes, base_dir, file_label);
+  return staged.ok() ? CommitStage(stage, filter, std::move(staged)) : staged;
 }
 
 }  // namespace kiln::engine::formats

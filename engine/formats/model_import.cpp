@@ -5,6 +5,7 @@
 
 #include "engine/formats/import_answer.h"
 #include "engine/formats/import_process.h"
+#include "engine/formats/load_stage.h"
 #include "engine/formats/model_import_failure.h"
 #include "engine/formats/scene_text.h"
 
@@ -51,17 +52,29 @@ std::vector<std::string> Arguments(const ModelImporter& importer, size_t model_b
   }
 }
 
-LoadResult Stage(scene::Scene& scene, const ImportAnswer& answer, const std::filesystem::path& file,
-                 const scene::LoadFilter& filter) {
+LoadResult StageAnswer(LoadStage& stage, const ImportAnswer& answer, const std::filesystem::path& file) {
   if (!answer.result.ok()) return answer.result;
   // A parent of nothing is nothing, and of a bare name it is the working directory.
   std::filesystem::path folder = file.parent_path();
   if (!file.empty() && folder.empty()) folder = ".";
-  const LoadResult staged = ReadSceneText(scene, answer.scene, folder, file.string(), filter);
+  const LoadResult staged = StageText(stage, answer.scene, folder, {}, file.string());
   // Its lines are not the model's.
   if (!staged.ok())
     throw ImportFailure(fmt::format("the model importer made no scene of it: {}", staged.text));
   return answer.result;
+}
+
+LoadResult StageModelWith(const ModelImporter& importer, LoadStage& stage, std::span<const std::byte> bytes,
+                          const std::filesystem::path& file, std::string_view extension_hint) {
+  return GuardImport(file.string(), [&]() -> LoadResult {
+    if (bytes.empty()) throw ImportFailure("the file is empty");
+    const ProcessResult run =
+        RunProcess(importer.program, Arguments(importer, bytes.size(), file, extension_hint), bytes,
+                   {importer.time, importer.output_bytes});
+    const auto answer = run.end == ProcessEnd::kOk ? DecodeAnswer(run.output) : std::nullopt;
+    if (!answer) Fail(importer, run);
+    return StageAnswer(stage, *answer, file);
+  });
 }
 
 }  // namespace
@@ -75,18 +88,17 @@ ModelImporter DefaultModelImporter(uint64_t model_bytes) {
           .output_bytes = 4 * kGiB + 32 * model_bytes};
 }
 
+LoadResult StageModel(LoadStage& stage, std::span<const std::byte> bytes, const std::filesystem::path& file,
+                      std::string_view extension_hint) {
+  return StageModelWith(DefaultModelImporter(bytes.size()), stage, bytes, file, extension_hint);
+}
+
 LoadResult ImportModelWith(const ModelImporter& importer, scene::Scene& scene,
                            std::span<const std::byte> bytes, const std::filesystem::path& file,
                            std::string_view extension_hint, const scene::LoadFilter& filter) {
-  return GuardImport(file.string(), [&]() -> LoadResult {
-    if (bytes.empty()) throw ImportFailure("the file is empty");
-    const ProcessResult run =
-        RunProcess(importer.program, Arguments(importer, bytes.size(), file, extension_hint), bytes,
-                   {importer.time, importer.output_bytes});
-    const auto answer = run.end == ProcessEnd::kOk ? DecodeAnswer(run.output) : std::nullopt;
-    if (!answer) Fail(importer, run);
-    return Stage(scene, *answer, file, filter);
-  });
+  LoadStage stage{scene};
+  LoadResult staged = StageModelWith(importer, stage, bytes, file, extension_hint);
+  return staged.ok() ? CommitStage(stage, filter, std::move(staged)) : staged;
 }
 
 LoadResult ImportModel(scene::Scene& scene, std::span<const std::byte> bytes,

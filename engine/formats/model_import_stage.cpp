@@ -52,7 +52,7 @@ MeshData Baked(const MeshData& mesh, const Affine& world) {
 
 }  // namespace
 
-ImportStage::ImportStage(const std::filesystem::path& folder) {
+ImportStage::ImportStage(scene::SceneBatch& batch, const std::filesystem::path& folder) : batch_(batch) {
   batch_.SetFolder(folder);
 }
 
@@ -140,7 +140,7 @@ void ImportStage::AddDefaultCamera() {
   batch_.Set(camera, "farClip", 1e30f);
 }
 
-LoadResult ImportStage::Commit(scene::Scene& scene, const scene::LoadFilter& filter) {
+LoadResult ImportStage::Finish() {
   if (!has_camera_) AddDefaultCamera();
   if (!has_light_) {
     const Handle light = batch_.Add("LightDome", "@defaultLight");
@@ -148,8 +148,6 @@ LoadResult ImportStage::Commit(scene::Scene& scene, const scene::LoadFilter& fil
     batch_.Set(light, "intensity", 1.0f);
   }
   if (note_count_ > kNoteLimit) notes_ += "\nand " + std::to_string(note_count_ - kNoteLimit) + " notes more";
-  std::string why;
-  if (!batch_.CommitTo(scene, &why, filter)) throw ImportFailure(why);
   return {LoadError::kNone, {}, 0, notes_};
 }
 

@@ -30,7 +30,8 @@ class ImportStage {
  public:
   using Handle = scene::SceneBatch::Handle;
 
-  explicit ImportStage(const std::filesystem::path& folder);
+  // Stages in `batch`, which outlives it.
+  ImportStage(scene::SceneBatch& batch, const std::filesystem::path& folder);
 
   // Adds an instance of a class.
   Handle Add(std::string_view class_name, std::string_view name) { return batch_.Add(class_name, name); }
@@ -53,15 +54,14 @@ class ImportStage {
   // Something that was left out or replaced; all notes end up in the result's text, a line each.
   void Note(const std::string& note);
 
-  // Adds "@defaultCamera", in front of the whole bounding sphere, and "@defaultLight", where there are none,
-  // and commits.
-  LoadResult Commit(scene::Scene& scene, const scene::LoadFilter& filter);
+  // Adds "@defaultCamera", in front of the whole bounding sphere, and "@defaultLight", where there are none.
+  LoadResult Finish();
 
  private:
   void Include(const MeshData& data, const Affine& world);
   void AddDefaultCamera();
 
-  scene::SceneBatch batch_;
+  scene::SceneBatch& batch_;
   Vec3d lower_{INFINITY, INFINITY, INFINITY};
   Vec3d upper_{-INFINITY, -INFINITY, -INFINITY};
   bool has_camera_ = false;

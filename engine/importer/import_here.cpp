@@ -115,17 +115,20 @@ bool HaveDirections(const aiVector3D* normals, unsigned count) {
 
 class SceneReader {
  public:
-  SceneReader(const aiScene& source, const std::filesystem::path& folder)
-      : source_(source), stage_(folder), materials_(source, stage_, folder), meshes_(source.mNumMeshes) {}
+  SceneReader(const aiScene& source, scene::SceneBatch& batch, const std::filesystem::path& folder)
+      : source_(source),
+        stage_(batch, folder),
+        materials_(source, stage_, folder),
+        meshes_(source.mNumMeshes) {}
 
-  LoadResult Run(scene::Scene& scene) {
+  LoadResult Run() {
     if (source_.mRootNode == nullptr) throw ImportFailure("the file holds no scene");
     Walk();
     for (unsigned i = 0; i < source_.mNumCameras; ++i) AddCamera(*source_.mCameras[i]);
     for (unsigned i = 0; i < source_.mNumLights; ++i) AddLight(*source_.mLights[i]);
     const bool empty = objects_ == 0 && source_.mNumCameras == 0 && source_.mNumLights == 0;
     if (empty) throw ImportFailure("the file holds no surfaces, cameras or lights");
-    return stage_.Commit(scene, {});
+    return stage_.Finish();
   }
 
  private:
@@ -351,7 +354,11 @@ LoadResult ImportModelHere(scene::Scene& scene, std::span<const std::byte> bytes
       if (reason.find("bad_alloc") != std::string::npos) throw std::bad_alloc();
       throw ImportFailure(Tidy(reason));
     }
-    return SceneReader(*source, folder).Run(scene);
+    scene::SceneBatch batch;
+    LoadResult read = SceneReader(*source, batch, folder).Run();
+    const scene::CommitReport report = batch.CommitTo(scene);
+    if (!report.ok()) throw ImportFailure(report.why);
+    return read;
   });
 }
 

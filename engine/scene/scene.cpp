@@ -86,16 +86,20 @@ std::string Scene::GeneratedName(const PluginClass& type) {
   return name;
 }
 
-std::string Scene::FreeName(std::string name, std::unordered_map<std::string, uint64_t>& suffixes) const {
+std::string Scene::FreeName(std::string name, std::unordered_map<std::string, uint64_t>& suffixes,
+                            const std::unordered_set<std::string>& others) const {
+  const auto taken = [&](const std::string& text) {
+    return nodes_by_name_.contains(text) || others.contains(text);
+  };
   if (!allow_invalid_names)
     std::ranges::replace_if(
         name, [](char c) { return !ValidCharacter(c); }, '_');
-  if (!nodes_by_name_.contains(name)) return name;
+  if (!taken(name)) return name;
   uint64_t& suffix = suffixes.try_emplace(name, 1).first->second;
   std::string free;
   do {
     free = name + '_' + std::to_string(++suffix);
-  } while (nodes_by_name_.contains(free));
+  } while (taken(free));
   return free;
 }
 

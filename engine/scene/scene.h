@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "engine/scene/plugin_class.h"
@@ -125,9 +126,10 @@ class Scene {
   };
 
   std::string GeneratedName(const PluginClass& type);
-  // The name, made valid, with the first free suffix when it is taken; `suffixes` keeps a long row of equal
-  // names from counting anew each time.
-  std::string FreeName(std::string name, std::unordered_map<std::string, uint64_t>& suffixes) const;
+  // The name, made valid, with the first free suffix when it is taken, in the scene or by one of `others`;
+  // `suffixes` keeps a long row of equal names from counting anew each time.
+  std::string FreeName(std::string name, std::unordered_map<std::string, uint64_t>& suffixes,
+                       const std::unordered_set<std::string>& others = {}) const;
   Node* FindNode(PluginId id);
   Node& Insert(const PluginClass& type, std::string name);
   void Remove(Node& node);

@@ -2,7 +2,9 @@
 #include "engine/scene/scene_batch.h"
 
 #include <cmath>
+#include <iterator>
 #include <mutex>
+#include <unordered_set>
 
 #include "engine/scene/coerce.h"
 
@@ -16,19 +18,42 @@ bool IsStaged(PluginId id) {
   return id >= kStagedBase && id != kNoPlugin;
 }
 
-// The IDs that the staged instances got; kNoPlugin for those left out.
-void Rebind(Value& value, const std::vector<PluginId>& ids) {
+// Notes beyond this many are counted only.
+constexpr size_t kMaxNotes = 50;
+
+// Puts the IDs that the staged instances got in place of the staged ones. `lose` is called with the number of
+// each instance that was left out and is referred to.
+template <class Lose>
+void Rebind(Value& value, const std::vector<PluginId>& ids, const Lose& lose) {
   if (auto* reference = std::get_if<PluginRef>(&value.data);
       reference != nullptr && IsStaged(reference->id)) {
-    const PluginId id = ids[reference->id - kStagedBase];
-    *reference = id == kNoPlugin ? PluginRef{} : PluginRef{id, reference->output};
+    const size_t staged = reference->id - kStagedBase;
+    if (ids[staged] == kNoPlugin) lose(staged);
+    *reference = ids[staged] == kNoPlugin ? PluginRef{} : PluginRef{ids[staged], reference->output};
   }
   if (const auto* list = value.As<ValueArray>()) {
     std::vector<Value> elements(list->begin(), list->end());
-    for (Value& element : elements) Rebind(element, ids);
+    for (Value& element : elements) Rebind(element, ids, lose);
     value = ValueArray(std::move(elements));
   }
 }
+
+class Notes {
+ public:
+  void Add(const std::string& note) {
+    if (++count_ > kMaxNotes) return;
+    if (!text_.empty()) text_ += '\n';
+    text_ += note;
+  }
+  std::string Take() {
+    if (count_ > kMaxNotes) text_ += "\nand " + std::to_string(count_ - kMaxNotes) + " notes more";
+    return std::move(text_);
+  }
+
+ private:
+  size_t count_ = 0;
+  std::string text_;
+};
 
 }  // namespace
 
@@ -46,7 +71,7 @@ SceneBatch::Handle SceneBatch::Add(std::string_view class_name, std::string_view
     Fail("there is no plugin class \"" + std::string(class_name) + "\"");
     return kNoHandle;
   }
-  instances_.push_back({type, std::string(name), {}});
+  instances_.push_back({type, std::string(name), {}, folder_});
   return instances_.size() - 1;
 }
 
@@ -95,45 +120,97 @@ const std::string& SceneBatch::NameOf(Handle instance) const {
   return instances_.at(instance).name;
 }
 
-bool SceneBatch::CommitTo(Scene& scene, std::string* why, const LoadFilter& filter) {
-  std::vector<Staged> staged = std::move(instances_);
-  instances_.clear();
-  if (!failure_.empty()) {
-    if (why != nullptr) *why = failure_;
-    failure_.clear();
-    return false;
-  }
-  std::vector<bool> kept(staged.size(), true);
-  for (size_t i = 0; filter && i < staged.size(); ++i) {
-    std::optional<std::string> name = filter(staged[i].type->name, staged[i].name);
-    kept[i] = name.has_value();
-    if (name) staged[i].name = std::move(*name);
-  }
-
+void SceneBatch::ChooseNames(Scene& scene) {
   const std::unique_lock lock(scene.mutex);
-  std::vector<PluginId> ids(staged.size(), kNoPlugin);
+  std::unordered_map<std::string, uint64_t> suffixes;
+  std::unordered_set<std::string> chosen;
+  for (Staged& staged : instances_) {
+    std::string wish = staged.name.empty() ? scene.GeneratedName(*staged.type) : std::move(staged.name);
+    staged.name = scene.FreeName(std::move(wish), suffixes, chosen);
+    chosen.insert(staged.name);
+  }
+}
+
+void SceneBatch::Ask(const LoadFilter& filter) {
+  for (Staged& staged : instances_) {
+    std::optional<std::string> name = filter(staged.type->name, staged.name);
+    staged.kept = name.has_value();
+    staged.renamed = name && *name != staged.name;
+    if (staged.renamed) staged.name = std::move(*name);
+  }
+}
+
+CommitReport SceneBatch::CheckRenamed(const Scene& scene) const {
+  std::unordered_map<std::string_view, int> uses;
+  for (const Staged& staged : instances_) {
+    if (staged.kept) ++uses[staged.name];
+  }
+  for (const Staged& staged : instances_) {
+    if (!staged.kept || !staged.renamed) continue;
+    if (!scene.ValidName(staged.name)) {
+      return {CreateStatus::kInvalidName,
+              "the filter gave an instance the name \"" + staged.name + "\", which no instance can have"};
+    }
+    if (uses[staged.name] > 1 || scene.FindByName(staged.name) != nullptr) {
+      return {CreateStatus::kDuplicateName,
+              "the filter gave an instance the name \"" + staged.name + "\", which another one has"};
+    }
+  }
+  return {};
+}
+
+void SceneBatch::Insert(Scene& scene, CommitReport* report) {
+  std::vector<PluginId> ids(instances_.size(), kNoPlugin);
+  Notes notes;
   try {
     std::unordered_map<std::string, uint64_t> suffixes;
-    for (size_t i = 0; i < staged.size(); ++i) {
-      if (!kept[i]) continue;
-      std::string name = staged[i].name.empty() ? scene.GeneratedName(*staged[i].type) : staged[i].name;
-      ids[i] = scene.Insert(*staged[i].type, scene.FreeName(std::move(name), suffixes)).id;
+    for (size_t i = 0; i < ids.size(); ++i) {
+      const Staged& staged = instances_[i];
+      if (!staged.kept) continue;
+      std::string name = staged.name.empty() ? scene.GeneratedName(*staged.type) : staged.name;
+      ids[i] = scene.Insert(*staged.type, scene.FreeName(std::move(name), suffixes)).id;
     }
-    for (size_t i = 0; i < staged.size(); ++i) {
-      if (!kept[i]) continue;
-      for (auto& [property, state] : staged[i].values) {
-        Rebind(state.plain, ids);
-        for (auto& [time, value] : state.keys) Rebind(value, ids);
+    for (size_t i = 0; i < ids.size(); ++i) {
+      Staged& staged = instances_[i];
+      if (!staged.kept) continue;
+      for (auto property = staged.values.begin(); property != staged.values.end();) {
+        PropertyState& state = property->second;
+        const auto lose = [&](size_t lost) {
+          notes.Add("\"" + staged.name + "\": its \"" + std::string(property->first->name) +
+                    "\" refers to \"" + instances_[lost].name + "\", which the filter left out");
+        };
+        Rebind(state.plain, ids, lose);
+        for (auto& [time, value] : state.keys) Rebind(value, ids, lose);
+        std::erase_if(state.keys, [](const auto& key) { return IsReset(key.second); });
+        const bool unset = state.keys.empty() && (state.plain.Empty() || IsReset(state.plain));
+        property = unset ? staged.values.erase(property) : std::next(property);
       }
       Scene::Node& node = *scene.FindNode(ids[i]);
-      node.values = std::move(staged[i].values);
-      node.folder = folder_;
+      node.values = std::move(staged.values);
+      node.folder = std::move(staged.folder);
     }
   } catch (...) {
     for (const PluginId id : ids) scene.Delete(id);
     throw;
   }
-  return true;
+  report->notes = notes.Take();
+}
+
+CommitReport SceneBatch::CommitTo(Scene& scene, const LoadFilter& filter) {
+  CommitReport report;
+  report.why = std::move(failure_);
+  failure_.clear();
+  if (report.ok() && filter) {
+    ChooseNames(scene);
+    Ask(filter);
+  }
+  if (report.ok()) {
+    const std::unique_lock lock(scene.mutex);
+    if (filter) report = CheckRenamed(scene);
+    if (report.ok()) Insert(scene, &report);
+  }
+  instances_.clear();
+  return report;
 }
 
 }  // namespace kiln::engine::scene

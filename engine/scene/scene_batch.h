@@ -15,9 +15,19 @@
 
 namespace kiln::engine::scene {
 
-// Decides about each instance before it is added: no value leaves it out, a name renames it.
+// Decides about each instance before it is added, by its class and the name that it is going to have: no
+// value leaves it out, another name renames it.
 using LoadFilter =
     std::function<std::optional<std::string>(std::string_view class_name, std::string_view instance_name)>;
+
+// How a commit ended.
+struct CommitReport {
+  // kDuplicateName and kInvalidName: of a name that the filter gave.
+  CreateStatus status = CreateStatus::kOk;
+  std::string why{};    // of a failure: the reason, a sentence without a full stop
+  std::string notes{};  // what came out otherwise than it was staged, a line each
+  bool ok() const { return why.empty(); }
+};
 
 // Single-threaded until CommitTo, which takes the scene's lock. The first Add or Set that fails is
 // remembered, and CommitTo fails with its reason, so that a caller may stage a whole file and look once.
@@ -26,7 +36,7 @@ class SceneBatch {
   using Handle = size_t;
   static constexpr Handle kNoHandle = ~Handle{0};
 
-  // Relative names in file properties of all instances of this batch start from here.
+  // Relative names in file properties of the instances that are added from now on start from here.
   void SetFolder(const std::filesystem::path& folder);
 
   // Stages an instance. The name is a wish: CommitTo replaces characters that the scene does not allow with
@@ -47,18 +57,28 @@ class SceneBatch {
   const std::string& NameOf(Handle instance) const;
 
   // Adds everything to the scene under its lock, in the order of Add. Calls `filter`, where there is one, for
-  // each instance before it takes the lock; references to an instance that the filter left out become "no
-  // plugin". False, and the scene as it was, when an earlier Add or Set failed: *why (may be null) gets the
-  // reason. The batch is empty afterwards.
-  bool CommitTo(Scene& scene, std::string* why, const LoadFilter& filter = {});
+  // each instance without holding the lock. References to an instance that it left out are unset, with a
+  // note; those to one that it renamed follow. Fails, and leaves the scene as it was, when an earlier Add or
+  // Set failed, or when the filter gave a name that the scene does not allow or that another instance has.
+  // The batch is empty afterwards.
+  CommitReport CommitTo(Scene& scene, const LoadFilter& filter = {});
 
  private:
   struct Staged {
     const PluginClass* type = nullptr;
     std::string name;
     std::unordered_map<const Property*, PropertyState> values;
+    std::shared_ptr<const std::filesystem::path> folder;
+    bool kept = true;
+    bool renamed = false;  // by the filter
   };
   void Fail(const std::string& reason);
+  // Gives every instance the name that it gets in the scene as it is.
+  void ChooseNames(Scene& scene);
+  void Ask(const LoadFilter& filter);
+  // Fails for a name of the filter's that can't be; under the scene's lock.
+  CommitReport CheckRenamed(const Scene& scene) const;
+  void Insert(Scene& scene, CommitReport* report);
 
   std::vector<Staged> instances_;
   std::shared_ptr<const std::filesystem::path> folder_;
