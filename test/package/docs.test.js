@@ -63,13 +63,15 @@ test('docs/api names every function and constant of the module', () => {
   assert.deepStrictEqual(names.filter((name) => !words.has(name)), []);
 });
 
-test('docs/api names every event, every key of metadata and every key of the options', () => {
+test('docs/api names every event, and every key of options, of metadata and of collections', () => {
   const { EVENT_KINDS } = require('../../lib/events.js');
   const events = wordsInCode(read('events'));
   assert.deepStrictEqual(Object.keys(EVENT_KINDS).filter((name) => !events.has(name)), []);
   const renderer = new kiln.KilnRenderer({ enableFrameBuffer: false });
   const page = wordsInCode(read('kiln-renderer'));
   assert.deepStrictEqual(Object.keys(renderer.options).filter((name) => !page.has(name)), []);
+  const elements = wordsInCode(read('render-element'));
+  assert.deepStrictEqual(Object.keys(renderer.renderElements).filter((name) => !elements.has(name)), []);
   const meta = wordsInCode(read('class'));
   const keys = Object.keys(renderer.classes.LightSpot('a').getMeta('color'));
   assert.deepStrictEqual(keys.filter((name) => !meta.has(name)), []);

@@ -83,6 +83,44 @@ test('a timeout resolves to false', () =>
     kiln.setEnvVar('KILN_RENDER_SAMPLES', null);
   }));
 
+test('the callback stands where the member looks for it', async () => {
+  const { setupPromises } = require('../../lib/promises.js');
+  class Stub {}
+  const calls = [];
+  const answers = (...results) => function (...args) {
+    calls.push(args.map((arg) => (typeof arg === 'function' ? 'callback' : arg)));
+    args.find((arg) => typeof arg === 'function')(...results);
+  };
+  Stub.prototype.pickPlugin = answers('plugin');
+  Stub.prototype.pickPlugins = answers(['pick']);
+  Stub.prototype.denoiseNow = answers('image');
+  setupPromises({ KilnRenderer: Stub, KilnImage: class { static createFromBuffer() {} }, createKilnRenderer() {} });
+  const stub = new Stub();
+  assert.strictEqual(await stub.promises.pickPlugin(1, 2, 100), 'plugin');
+  assert.deepStrictEqual(await stub.promises.pickPlugins(1, 2, 5), ['pick']);
+  assert.strictEqual(await stub.promises.denoiseNow(false), 'image');
+  assert.deepStrictEqual(calls, [[1, 2, 'callback', 100], [1, 2, 5, 'callback'], ['callback', false]]);
+});
+
+test('work that did not begin rejects', async () => {
+  const { setupPromises } = require('../../lib/promises.js');
+  class Stub {}
+  Stub.prototype.denoiseNow = () => false;
+  setupPromises({ KilnRenderer: Stub, KilnImage: class { static createFromBuffer() {} }, createKilnRenderer() {} });
+  await assert.rejects(new Stub().promises.denoiseNow(), /denoiseNow failed: it could not begin\./);
+});
+
+test('the declarations have exactly the promise forms', () =>
+  withRenderer(async (renderer) => {
+    const text = fs.readFileSync(path.join(ROOT, 'types', 'index.d.ts'), 'utf8');
+    const declared = (name) => {
+      const body = new RegExp(`^export interface ${name} \\{\\n(.*?)^\\}`, 'ms').exec(text)[1];
+      return [...body.matchAll(/^ {2}(\w+)\(/gm)].map(([, member]) => member).sort();
+    };
+    assert.deepStrictEqual(Object.keys(renderer.promises).sort(), declared('RendererPromises'));
+    assert.deepStrictEqual(Object.keys(new kiln.KilnImage(1, 1).promises).sort(), declared('ImagePromises'));
+  }));
+
 test('util.promisify gives the same forms', () =>
   withRenderer(async (renderer) => {
     await util.promisify(renderer.loadAsText).call(renderer, fs.readFileSync(ROOM, 'utf8'));
