@@ -9,7 +9,6 @@
 
 #include "engine/formats/loader.h"
 #include "engine/render/bucket_queue.h"
-#include "engine/render/event_queue.h"
 #include "engine/render/frame.h"
 #include "engine/render/scene_builder.h"
 #include "engine/render/threads.h"
@@ -120,7 +119,7 @@ int Run(int argc, char** argv) {
       "(seconds of one core)\n",
       preparation, seconds, static_cast<double>(rays) * 1e-6, rate * 1e-6, limit * 1e-6, rate / limit);
   if (argc > 5) {
-    const render::ImagePtr image(film.MakeImage());
+    const image::ImagePtr image(film.MakeImage());
     if (image != nullptr) WritePpm(*image, argv[5]);
   }
   return 0;

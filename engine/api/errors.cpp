@@ -24,6 +24,8 @@ constexpr Sentence kSentences[] = {
     Row(LoadError::kUnsupportedFeature, "The scene needs a feature that the engine does not have."),
     Row(LoadError::kMissingAsset, "A file that the scene refers to was not found or cannot be read."),
     Row(LoadError::kOutOfMemory, "There is not enough memory to load the scene."),
+    Row(LoadError::kDuplicateName, "The filter gave a plugin a name that another one has."),
+    Row(LoadError::kInvalidName, "The filter gave a plugin a name that no plugin can have."),
     Row(LoadError::kParser, "The scene is malformed."),
     Row(RenderError::kNoCamera, "The scene has no camera to render with."),
     Row(RenderError::kEmptyImage, "The image to render has no pixels."),
@@ -34,6 +36,7 @@ constexpr Sentence kSentences[] = {
     Row(ApiError::kUnknownRenderMode, "There is no such render mode."),
     Row(ApiError::kNoGpu, "This render mode needs a GPU, which the engine does not use."),
     Row(ApiError::kNoSuchCamera, "The scene has no camera of that name."),
+    Row(ApiError::kNoLightingAnalysis, "The engine has no lighting analysis to update."),
     Row(ApiError::kInternal, "The engine failed unexpectedly."),
 };
 

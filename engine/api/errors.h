@@ -17,6 +17,7 @@ enum class ApiError : int32_t {
   kUnknownRenderMode = 32,
   kNoGpu = 33,
   kNoSuchCamera = 34,
+  kNoLightingAnalysis = 35,
   kInternal = 99,
 };
 

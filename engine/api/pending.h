@@ -78,15 +78,10 @@
 #define PENDING_Kiln_getOSLParameters ~, 1
 
 /* Render control and export. */
-#define PENDING_Kiln_KilnRenderer_setInteractiveNoiseThreshold ~, 1
 #define PENDING_Kiln_KilnRenderer_serializeScene ~, 1
-#define PENDING_Kiln_KilnRenderer_renderSequence ~, 1
-#define PENDING_Kiln_KilnRenderer_continueSequence ~, 1
 #define PENDING_Kiln_KilnRenderer_exportScene ~, 1
 #define PENDING_Kiln_KilnRenderer_pickPluginByXY ~, 0
 #define PENDING_Kiln_KilnRenderer_pickPluginsByXY ~, -1
-#define PENDING_Kiln_KilnRenderer_setRTImageUpdateDifference ~, 0
-#define PENDING_Kiln_KilnRenderer_setRTImageUpdateTimeout ~, 0
 
 /* Distributed rendering. */
 #define PENDING_Kiln_KilnRenderer_setDREnabled ~, 1
@@ -130,8 +125,6 @@
 #define PENDING_Kiln_KilnRenderer_setResumableRendering ~, 0
 #define PENDING_Kiln_KilnRenderer_setBitmapCache ~, 0
 #define PENDING_Kiln_KilnRenderer_denoiseNow ~, 0
-#define PENDING_Kiln_KilnRenderer_updateLightingAnalysis ~, 0
-#define PENDING_Kiln_KilnRenderer_setIncludePaths ~, 0
 #define PENDING_Kiln_KilnRenderer_getAutoExposureResult ~, 0
 #define PENDING_Kiln_KilnRenderer_setKilnProfiler ~, 0
 

@@ -107,13 +107,12 @@ int32_t Kiln_KilnRenderer_getRTStatistics(KilnRendererHandle renderer, KilnStati
   });
 }
 
-// Every render is a sequence of its own.
-int32_t Kiln_KilnRenderer_isSequenceEnded(KilnRendererHandle renderer) {
-  return Kiln_KilnRenderer_isRenderEnded(renderer);
-}
-
-int32_t Kiln_KilnRenderer_waitSequenceEnd(KilnRendererHandle renderer, int32_t timeout) {
-  return Kiln_KilnRenderer_waitRenderEnd(renderer, timeout);
+// The engine has no lighting analysis that could be behind the scene.
+int32_t Kiln_KilnRenderer_updateLightingAnalysis(KilnRendererHandle renderer) {
+  return WithRenderer<int32_t>(renderer, 0, [](Renderer& r) {
+    r.SetError(static_cast<int32_t>(ApiError::kNoLightingAnalysis));
+    return 0;
+  });
 }
 
 uint64_t Kiln_KilnRenderer_commit(KilnRendererHandle renderer, int32_t force) {

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -11,11 +12,13 @@
 #include <string>
 #include <string_view>
 #include <unordered_set>
+#include <vector>
 
 #include "engine/api/errors.h"
 #include "engine/api/event_queue.h"
 #include "engine/formats/loader.h"
 #include "engine/image/image.h"
+#include "engine/render/sequence.h"
 #include "engine/render/session.h"
 #include "engine/scene/scene.h"
 #include "entry_points.h"
@@ -40,10 +43,14 @@ struct Settings {
   std::optional<std::string> camera_name{};
   double time = 0;  // frames
   bool animate = false;
-  // Of interactive renders, from the next one on; 0 leaves it to the scene.
-  int interactive_samples = 0;
-  double interactive_seconds = 0;
+  // Of interactive renders.
+  std::optional<int> interactive_samples{};  // nothing leaves it to the scene; 0 is no limit
+  double interactive_seconds = 0;            // 0 leaves it to the scene
+  float noise_threshold = 0;
+  float update_difference = 0;
+  int32_t update_timeout = 0;  // ms
   bool keep_running = false;
+  std::vector<std::filesystem::path> include_paths{};
   void* user_data[kUserDataSlots] = {};
 };
 
@@ -79,11 +86,17 @@ class Renderer {
   // Begins a render; one in progress is stopped first. 0 when it has begun or, with `prepare`, when it is
   // prepared; otherwise the code that is now the last error. Never waits for a callback.
   int32_t Start(bool prepare);
-  // Ends the render and waits until it has ended, but for no callback.
+  // Begins the first frame of a sequence; without ranges, of all frames that the scene has key frames for.
+  int32_t StartSequence(std::vector<render::FrameRange> ranges);
+  // Begins the next frame; false when no sequence waits for it.
+  bool ContinueSequence();
+  // Ends the render, and its sequence, and waits until it has ended, but for no callback.
   void Stop();
-  // True when the render has ended within the time; negative times wait for ever.
+  // True when the render, or the sequence, has ended within the time; negative times wait for ever.
   bool Wait(int32_t milliseconds);
+  bool WaitSequence(int32_t milliseconds);
   bool rendering() const;
+  bool sequence_ended() const;
   render::State state() const;
   bool SetPaused(bool paused);
   // Buckets near the pixel come next.
@@ -95,14 +108,17 @@ class Renderer {
 
   // The scene was edited: an interactive render takes that over, at once or at the next commit.
   void SceneChanged(bool commit);
+  // Settings were: an interactive render takes them over at once.
+  void SettingsChanged();
   // Hands over what was not yet. The scene's change index.
   uint64_t Commit(bool force);
   uint64_t ChangeIndex() const;
 
-  // Reading. A failure is the last error and a message in the log. Replace leaves the scene as it was on
-  // failure.
-  bool ReplaceScene(const std::function<formats::LoadResult(scene::Scene&)>& read);
-  bool AppendToScene(const std::function<formats::LoadResult(scene::Scene&)>& read);
+  // Reading: `read` adds scenes to the loader, whose failure need not be looked at. A failure is the last
+  // error and a message in the log, and leaves the scene as it was; notes are warnings in the log.
+  using Read = std::function<void(formats::Loader&)>;
+  formats::LoadError ReplaceScene(const Read& read, const scene::LoadFilter& filter);
+  formats::LoadError AppendToScene(const Read& read, const scene::LoadFilter& filter);
 
   // The size of the image: what the scene's image settings say, or else what the host set.
   ImageSize GetImageSize() const;
@@ -128,8 +144,13 @@ class Renderer {
   using SessionPtr = std::shared_ptr<render::Session>;
 
   SessionPtr session() const;
+  enum class Frame { kSingle, kOneOfMany, kLast };
+
   render::RenderOptions MakeRenderOptions() const;
+  int32_t Begin(bool prepare, Frame frame);
+  int32_t BeginNextFrame();
   bool EndRender(render::Session& session, std::chrono::milliseconds limit);
+  formats::LoadResult Load(scene::Scene& into, const Read& read, const scene::LoadFilter& filter);
   bool Report(const formats::LoadResult& result);
   void FollowScene();
 
@@ -139,9 +160,11 @@ class Renderer {
 
   // Held while a render is started, so that two starts do not mix. Taken before mutex_.
   std::mutex start_mutex_;
+  render::FrameSequence sequence_;  // guarded by it
   // Guards everything below. Nothing that waits is called with it.
   mutable std::mutex mutex_;
   Settings settings_;
+  Frame frame_ = Frame::kSingle;  // what the render in progress is
   LastError error_;
   bool session_error_cleared_ = false;
   bool uncommitted_ = false;

@@ -32,10 +32,16 @@ render::RenderOptions Renderer::MakeRenderOptions() const {
   options.mode = settings_.mode;
   options.threads = settings_.threads;
   options.time = settings_.time;
+  options.more_frames = frame_ == Frame::kOneOfMany;
   if (options.mode == render::Mode::kInteractive) {
-    options.samples = settings_.interactive_samples;
+    options.samples = settings_.interactive_samples.value_or(0);
     options.time_limit = settings_.interactive_seconds;
-    options.keep_running = settings_.keep_running;
+    options.noise_threshold = settings_.noise_threshold;
+    options.update_difference = settings_.update_difference;
+    options.update_timeout = settings_.update_timeout / 1000.0;
+    // A frame of a sequence must end for the next one to begin.
+    options.endless = settings_.interactive_samples == 0 && frame_ == Frame::kSingle;
+    options.keep_running = settings_.keep_running && frame_ == Frame::kSingle;
   }
   if (const auto& region = settings_.region) {
     options.region = render::Bucket{region->left, region->top, region->width, region->height};
@@ -51,6 +57,13 @@ Renderer::SessionPtr Renderer::session() const {
 
 int32_t Renderer::Start(bool prepare) {
   const std::lock_guard start_lock(start_mutex_);
+  sequence_ = {};
+  Stop();
+  return Begin(prepare, Frame::kSingle);
+}
+
+// A render in progress has been stopped.
+int32_t Renderer::Begin(bool prepare, Frame frame) {
   SessionPtr session;
   {
     const std::lock_guard lock(mutex_);
@@ -60,8 +73,8 @@ int32_t Renderer::Start(bool prepare) {
     error_ = {};
     session_error_cleared_ = false;
     uncommitted_ = false;
+    frame_ = frame;
   }
-  EndRender(*session, kForever);
   render::RenderOptions options = MakeRenderOptions();
   if (!ApplyOverrides(scene, &options)) {
     SetError(static_cast<int32_t>(ApiError::kNoSuchCamera));
@@ -80,10 +93,10 @@ int32_t Renderer::Start(bool prepare) {
 // Without pacing the render's threads wait for no callback, so that this ends however long a host parks one.
 bool Renderer::EndRender(render::Session& session, milliseconds limit) {
   const auto start = std::chrono::steady_clock::now();
-  while (!session.ended()) {
+  while (!session.sequence_ended()) {
     events.EndPacing();
     session.RequestStop();
-    if (session.Wait(kStopInterval)) break;
+    if (session.WaitSequence(kStopInterval)) break;
     if (std::chrono::steady_clock::now() - start > limit) return false;
   }
   return true;
@@ -134,7 +147,17 @@ void Renderer::SceneChanged(bool commit) {
     uncommitted_ = !commit;
     if (commit) running = session_;
   }
-  if (running) running->SceneChanged();
+  if (!running || !running->interactive()) return;
+  running->SceneChanged();
+  // The size of the image and the camera may stand in the scene.
+  SettingsChanged();
+}
+
+void Renderer::SettingsChanged() {
+  const SessionPtr running = session();
+  if (!running || !running->interactive()) return;
+  render::RenderOptions options = MakeRenderOptions();
+  if (ApplyOverrides(scene, &options)) running->SetOptions(options);
 }
 
 uint64_t Renderer::Commit(bool force) {
@@ -163,12 +186,7 @@ void Renderer::Close() {
     closed_ = true;
     last = std::move(session_);
   }
-  // Without pacing the session's own queue empties into ours, however long the host takes.
   events.EndPacing();
-  if (last) {
-    EndRender(*last, kForever);
-    last->Flush();
-  }
   last.reset();
   events.OnRendererClosed();
   events.Close();

@@ -1,4 +1,5 @@
 // Entry points of a renderer's settings: mode, threads, size, regions, cameras, time.
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <shared_mutex>
@@ -20,8 +21,15 @@ int32_t Refuse(Renderer& renderer, ApiError error) {
   return 0;
 }
 
+// Changes settings that an interactive render takes over at once.
+template <class F>
+void Change(Renderer& renderer, F&& body) {
+  renderer.WithSettings(body);
+  renderer.SettingsChanged();
+}
+
 void SetTime(Renderer& renderer, double time) {
-  renderer.WithSettings([&](Settings& settings) { settings.time = time; });
+  Change(renderer, [&](Settings& settings) { settings.time = time; });
 }
 
 bool IsRegion(const KilnCropRegion& crop) {
@@ -55,10 +63,11 @@ int32_t Kiln_KilnRenderer_getRenderMode(KilnRendererHandle renderer) {
   });
 }
 
+// 0: no number of samples ends a refinement.
 int32_t Kiln_KilnRenderer_setInteractiveSampleLevel(KilnRendererHandle renderer, int32_t level) {
   return WithRenderer<int32_t>(renderer, 1, [&](Renderer& r) {
     if (level < 0) return 1;
-    r.WithSettings([&](Settings& settings) { settings.interactive_samples = level; });
+    Change(r, [&](Settings& settings) { settings.interactive_samples = level; });
     return 0;
   });
 }
@@ -67,14 +76,43 @@ int32_t Kiln_KilnRenderer_setInteractiveSampleLevel(KilnRendererHandle renderer,
 int32_t Kiln_KilnRenderer_setInteractiveTimeout(KilnRendererHandle renderer, int32_t timeout) {
   return WithRenderer<int32_t>(renderer, 1, [&](Renderer& r) {
     if (timeout < 0) return 1;
-    r.WithSettings([&](Settings& settings) { settings.interactive_seconds = timeout / 1000.0; });
+    Change(r, [&](Settings& settings) { settings.interactive_seconds = timeout / 1000.0; });
     return 0;
+  });
+}
+
+int32_t Kiln_KilnRenderer_setInteractiveNoiseThreshold(KilnRendererHandle renderer, float threshold) {
+  return WithRenderer<int32_t>(renderer, 1, [&](Renderer& r) {
+    if (!std::isfinite(threshold) || threshold < 0) return 1;
+    Change(r, [&](Settings& settings) { settings.noise_threshold = threshold; });
+    return 0;
+  });
+}
+
+// What holds from now on: the value, or the one before when there is no such difference.
+float Kiln_KilnRenderer_setRTImageUpdateDifference(KilnRendererHandle renderer, float difference) {
+  return WithRenderer<float>(renderer, 0, [&](Renderer& r) {
+    if (std::isfinite(difference) && difference >= 0) {
+      Change(r, [&](Settings& settings) { settings.update_difference = difference; });
+    }
+    return r.WithSettings([](const Settings& settings) { return settings.update_difference; });
+  });
+}
+
+// The same; in milliseconds.
+int32_t Kiln_KilnRenderer_setRTImageUpdateTimeout(KilnRendererHandle renderer, int64_t timeout) {
+  return WithRenderer<int32_t>(renderer, 0, [&](Renderer& r) {
+    if (timeout >= 0) {
+      const auto limited = static_cast<int32_t>(std::min<int64_t>(timeout, INT_MAX));
+      Change(r, [&](Settings& settings) { settings.update_timeout = limited; });
+    }
+    return r.WithSettings([](const Settings& settings) { return settings.update_timeout; });
   });
 }
 
 int32_t Kiln_KilnRenderer_setKeepInteractiveRunning(KilnRendererHandle renderer, int32_t keep) {
   return WithRenderer<int32_t>(renderer, 1, [&](Renderer& r) {
-    r.WithSettings([&](Settings& settings) { settings.keep_running = keep != 0; });
+    Change(r, [&](Settings& settings) { settings.keep_running = keep != 0; });
     return 0;
   });
 }
@@ -169,7 +207,7 @@ int32_t Kiln_KilnRenderer_setImageSizeEx(KilnRendererHandle renderer, int32_t wi
     const auto is_side = [](int32_t side) { return side > 0 && side <= image::kMaxSide; };
     if (!is_side(width) || !is_side(height) || int64_t{width} * height > image::kMaxPixels) return 1;
     r.SetImageSize({width, height});
-    r.WithSettings([&](Settings& settings) {
+    Change(r, [&](Settings& settings) {
       if (!(flags & KILN_KEEP_CROP_REGION)) settings.crop.reset();
       if (!(flags & KILN_KEEP_RENDER_REGION)) settings.region.reset();
     });
@@ -189,7 +227,7 @@ int32_t Kiln_KilnRenderer_getRenderRegion(KilnRendererHandle renderer, KilnRende
 int32_t Kiln_KilnRenderer_setRenderRegion(KilnRendererHandle renderer, const KilnRenderRegion* region) {
   return WithRenderer<int32_t>(renderer, 1, [&](Renderer& r) {
     const bool any = region && region->width > 0 && region->height > 0;
-    r.WithSettings([&](Settings& settings) {
+    Change(r, [&](Settings& settings) {
       settings.region = any ? std::optional<KilnRenderRegion>(*region) : std::nullopt;
     });
     return 0;
@@ -207,7 +245,7 @@ int32_t Kiln_KilnRenderer_getCropRegion(KilnRendererHandle renderer, KilnCropReg
 int32_t Kiln_KilnRenderer_setCropRegion(KilnRendererHandle renderer, const KilnCropRegion* region) {
   return WithRenderer<int32_t>(renderer, 1, [&](Renderer& r) {
     const bool any = region && IsRegion(*region);
-    r.WithSettings([&](Settings& settings) {
+    Change(r, [&](Settings& settings) {
       settings.crop = any ? std::optional<KilnCropRegion>(*region) : std::nullopt;
     });
     return 0;
@@ -241,7 +279,7 @@ int32_t Kiln_KilnRenderer_setCurrentCameraByID(KilnRendererHandle renderer, Kiln
         return 1;
       }
     }
-    r.WithSettings([&](Settings& settings) {
+    Change(r, [&](Settings& settings) {
       settings.camera = camera ? camera : KILN_NO_PLUGIN;
       settings.camera_name.reset();
     });
@@ -257,7 +295,7 @@ KilnPluginId Kiln_KilnRenderer_getCurrentCamera(KilnRendererHandle renderer) {
 // A name may be set before the scene has the camera: it is looked up when a render begins.
 int32_t Kiln_KilnRenderer_setCameraName(KilnRendererHandle renderer, const char* name) {
   return WithRenderer<int32_t>(renderer, 1, [&](Renderer& r) {
-    r.WithSettings([&](Settings& settings) {
+    Change(r, [&](Settings& settings) {
       settings.camera = KILN_NO_PLUGIN;
       settings.camera_name = name ? std::optional<std::string>(name) : std::nullopt;
     });

@@ -45,6 +45,7 @@ std::vector<Bucket> SpiralBuckets(const Bucket& area, int size) {
 void BucketQueue::Fill(std::vector<Bucket> buckets) {
   const std::scoped_lock lock(mutex_);
   buckets_.assign(buckets.begin(), buckets.end());
+  Sort();
 }
 
 void BucketQueue::Clear() {
@@ -61,14 +62,8 @@ bool BucketQueue::Empty() const {
 bool BucketQueue::Next(Bucket* bucket) {
   const std::scoped_lock lock(mutex_);
   if (buckets_.empty()) return false;
-  auto chosen = buckets_.begin();
-  if (preferred_) {
-    chosen = std::min_element(buckets_.begin(), buckets_.end(), [this](const Bucket& a, const Bucket& b) {
-      return DistanceSquared(a, *preferred_) < DistanceSquared(b, *preferred_);
-    });
-  }
-  *bucket = *chosen;
-  buckets_.erase(chosen);
+  *bucket = buckets_.front();
+  buckets_.pop_front();
   return true;
 }
 
@@ -80,6 +75,14 @@ void BucketQueue::Return(const Bucket& bucket) {
 void BucketQueue::Prefer(int x, int y) {
   const std::scoped_lock lock(mutex_);
   preferred_ = {x, y};
+  Sort();
+}
+
+void BucketQueue::Sort() {
+  if (!preferred_) return;
+  std::stable_sort(buckets_.begin(), buckets_.end(), [this](const Bucket& a, const Bucket& b) {
+    return DistanceSquared(a, *preferred_) < DistanceSquared(b, *preferred_);
+  });
 }
 
 }  // namespace kiln::engine::render

@@ -18,16 +18,19 @@ std::vector<Bucket> SpiralBuckets(const Bucket& area, int size);
 class BucketQueue {
  public:
   void Fill(std::vector<Bucket> buckets);
+  // Forgets the buckets, and the preference.
   void Clear();
   bool Empty() const;
   // False when none is left.
   bool Next(Bucket* bucket);
   // A bucket that was taken and not finished; it comes next.
   void Return(const Bucket& bucket);
-  // From now on the bucket nearest to the pixel comes next.
+  // From now on, in later passes too, the bucket nearest to the pixel comes next.
   void Prefer(int x, int y);
 
  private:
+  void Sort();
+
   mutable std::mutex mutex_;
   std::deque<Bucket> buckets_;
   std::optional<std::pair<int, int>> preferred_;

@@ -44,10 +44,12 @@ enum class RenderError : int32_t {
 
 struct Bucket {
   int x = 0, y = 0, width = 0, height = 0;  // pixels, from the top left of the image
+  bool operator==(const Bucket&) const = default;
 };
 
 struct RegionF {
   float left = 0, top = 0, width = 0, height = 0;
+  bool operator==(const RegionF&) const = default;
 };
 
 // What a render needs to know beside the scene. What is 0 or absent here comes from the scene's settings
@@ -63,9 +65,19 @@ struct RenderOptions {
   scene::PluginId camera = scene::kNoPlugin;  // none: the scene's first camera
   double time = 0;                            // frames
   std::string scene_folder{};
-  // Interactive: a finished refinement stays in kRenderingAwaitingChanges until the scene changes or a stop
-  // is asked for. Without it the render ends in kIdleDone.
+  // Frames of a sequence are to follow: a finished render waits in kIdleFrameDone, not kIdleDone.
+  bool more_frames = false;
+
+  // Of interactive renders.
+  // A finished refinement stays in kRenderingAwaitingChanges until the scene changes or a stop is asked for.
+  // Without it the render ends.
   bool keep_running = false;
+  bool endless = false;       // no number of samples ends the refinement
+  float noise_threshold = 0;  // ends it at this error of a pixel relative to its brightness; 0: off
+  // A pass is told only when the picture differs this much from the one told last, or when that was longer
+  // ago than the timeout. 0: every pass is told; no timeout.
+  float update_difference = 0;
+  double update_timeout = 0;  // seconds
 };
 
 // Of the render in progress, or the last one.
@@ -77,10 +89,21 @@ struct RenderStatistics {
   int meshes_built = 0;  // by the last preparation; meshes that did not change are used again
 };
 
-// Called by one thread of the session, never by the thread that called into the session. The events stand in
-// a queue, so that neither a start nor a stop waits for a listener that takes long, even one that waits for
-// the very thread that called. Rendering goes on until a few pictures are queued, then waits: a listener
-// paces it. When the session ends what is still queued is dropped; a call in progress is waited for.
+class RenderScene;
+class Film;
+
+// What a picture shows: the frozen scene, and what its pixels are of.
+struct SceneView {
+  std::shared_ptr<const RenderScene> scene;
+  int width = 0, height = 0;
+  Bucket area;  // the pixels that are rendered
+  std::optional<RegionF> crop{};
+};
+
+// Called by the session's threads, several at once, and with the session locked: an implementation hands the
+// event on and returns, and calls nothing of the session. Whoever carries the events to a slow receiver may
+// hold a bucket or image event back until there is room; that paces the render. It must let go when a stop
+// is asked for.
 class RenderListener {
  public:
   virtual ~RenderListener() = default;
@@ -93,10 +116,11 @@ class RenderListener {
   virtual void OnBucketInit(const Bucket& bucket) = 0;
   // image: the bucket's pixels, owned by the listener from here on; null when no images are wanted.
   virtual void OnBucketReady(const Bucket& bucket, image::Image* image) = 0;
-  // After each progressive pass, and once at the end. image: the whole frame, owned by the listener; or null.
-  // change_index: the scene's when the pass was frozen; samples: per pixel so far.
+  // After progressive passes, and once at the end. image: the whole frame, owned by the listener; or null.
+  // change_index: the scene's when the pass was frozen; samples: per pixel so far, 0 for a coarse picture.
   virtual void OnImageUpdated(image::Image* image, uint64_t change_index, int samples) = 0;
-  // done and total: in per mille of the whole render, or samples; text names the stage.
+  // done and total: in per mille of the whole render, or samples, with a total of 0 where there is no end;
+  // text names the stage.
   virtual void OnProgress(std::string_view text, int done, int total) = 0;
   // level: 0 error, 1 warning, 2 info, 3 debug.
   virtual void OnLog(int level, std::string_view text) = 0;
@@ -113,28 +137,40 @@ class Session {
 
   // Begins a render and returns at once; a render in progress is stopped first.
   void Start(const RenderOptions& options);
-  // Begins a render and returns when it is prepared: kNone once the first bucket or pass is under way. Does
-  // not wait for the listener.
+  // Begins a render and returns when it is prepared: kNone once the first bucket or pass is under way.
   RenderError StartAndPrepare(const RenderOptions& options);
-  // Asks the render to end; takes effect within one bucket or pass. Does not wait.
+  // Asks the render, and the sequence that it belongs to, to end; takes effect within one bucket or pass.
+  // Does not wait.
   void RequestStop();
   // True when the render has ended within the time; a negative timeout waits for ever.
   bool Wait(std::chrono::milliseconds timeout);
-  // Waits until the listener has had every event so far. Not from the listener.
-  void Flush();
-  // False when no interactive render runs.
+  // The same for the sequence, which lasts through kIdleFrameDone.
+  bool WaitSequence(std::chrono::milliseconds timeout);
+  // False when no interactive render runs. Nothing is rendered while it is paused; what changes meanwhile is
+  // taken over when it goes on.
   bool SetPaused(bool paused);
-  // Production: buckets near the pixel come next.
+  // Buckets near the pixel come next, for this render.
   void RenderNearest(int x, int y);
 
   State state() const;
   bool ended() const;              // no render runs
+  bool sequence_ended() const;     // nor is another frame awaited
+  bool interactive() const;        // an interactive render runs
   RenderError last_error() const;  // of the last render that ended or failed; kNone after a good one
   RenderStatistics statistics() const;
-  // A copy of the frame as far as it is rendered; null when nothing was. The caller owns it.
+  // Of the render in progress or the last one; nothing before the first.
+  std::optional<SceneView> view() const;
+  // A copy of the picture as far as it is rendered; null when nothing was. The caller owns it.
   image::Image* Snapshot() const;
-  // Interactive mode: takes the scene's changes over and begins again with pass 1. Production: nothing.
+  // To be read by its own rules, for the session's life.
+  const Film& film() const;
+  // Interactive mode: takes the scene's changes over and begins again. The first picture after a change is
+  // always finished, so that pictures keep coming however fast changes do. Production: nothing.
   void SceneChanged();
+  // Interactive mode: takes these options over, and begins again when they make another picture; those that
+  // say how far and how often apply to the refinement in progress. Mode, threads and more_frames stay.
+  // Production: nothing.
+  void SetOptions(const RenderOptions& options);
 
  private:
   class Impl;

@@ -9,7 +9,6 @@
 #include <string>
 #include <vector>
 
-#include "engine/render/event_queue.h"
 #include "engine/render/film.h"
 #include "engine/render/frame.h"
 #include "engine/render/scene_builder.h"
@@ -18,6 +17,7 @@
 
 namespace kiln::engine::render::test {
 
+using image::ImagePtr;
 using scene::PluginId;
 using scene::PluginRef;
 using scene::Value;

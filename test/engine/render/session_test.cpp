@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <filesystem>
+#include <semaphore>
 #include <thread>
 
 #include "engine/render/bucket_queue.h"
@@ -90,17 +91,6 @@ TEST(Session, NobodyWantingEventsGetsNone) {
   EXPECT_EQ(recorder.images[0], nullptr);
 }
 
-TEST(Session, RefinementDoublesItsPasses) {
-  SceneKit kit;
-  MakeCornell(kit, 16, 12);
-  Recorder recorder;
-  Session session(kit.scene, recorder);
-  session.Start({.mode = Mode::kInteractive});
-  ASSERT_TRUE(recorder.AwaitState(State::kIdleDone));
-  EXPECT_EQ(recorder.passes, (std::vector<int>{1, 2, 4, 8, 12}));
-  EXPECT_EQ(session.statistics().samples, 12);
-}
-
 TEST(Session, StopEndsAnEndlessRender) {
   for (const Mode mode : {Mode::kProduction, Mode::kInteractive}) {
     SceneKit kit;
@@ -130,85 +120,6 @@ TEST(Session, DestructorStopsAndJoins) {
   EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
 }
 
-// Stands still in its first call until released.
-class BlockedListener : public Recorder {
- public:
-  void OnState(State from, State to) override {
-    entered = true;
-    while (!released) std::this_thread::sleep_for(milliseconds(1));
-    Recorder::OnState(from, to);
-  }
-  std::atomic<bool> entered{false}, released{false};
-};
-
-TEST(Session, ABlockedListenerHoldsUpNeitherStartNorStop) {
-  SceneKit kit;
-  MakeCornell(kit, 64, 1 << 20);
-  BlockedListener listener;
-  Session session(kit.scene, listener);
-  EXPECT_EQ(session.StartAndPrepare({}), RenderError::kNone);
-  while (!listener.entered) std::this_thread::yield();
-  session.RequestStop();
-  EXPECT_TRUE(session.Wait(milliseconds(5000)));
-  EXPECT_TRUE(listener.states.empty());
-  listener.released = true;
-  EXPECT_TRUE(listener.AwaitState(State::kIdleStopped));
-}
-
-TEST(Session, AListenerMayCallTheSession) {
-  class Caller : public Recorder {
-   public:
-    void OnBucketReady(const Bucket& bucket, image::Image* image) override {
-      ImagePtr(session->Snapshot()).reset();
-      session->state();
-      session->RequestStop();
-      Recorder::OnBucketReady(bucket, image);
-    }
-    Session* session = nullptr;
-  };
-  SceneKit kit;
-  MakeCornell(kit, 256, 4);
-  Caller caller;
-  Session session(kit.scene, caller);
-  caller.session = &session;
-  session.Start({});
-  EXPECT_TRUE(session.Wait(kLong));
-  EXPECT_TRUE(caller.Await([&] { return !caller.states.empty() && session.ended(); }));
-}
-
-TEST(Session, PauseHoldsARefinementAndResumesToTheSameImage) {
-  SceneKit kit;
-  MakeCornell(kit, 32, 256);
-  const ImagePtr expected = RenderWith(kit.scene, {});
-  Recorder recorder;
-  Session session(kit.scene, recorder);
-  EXPECT_FALSE(session.SetPaused(true));
-  session.StartAndPrepare({.mode = Mode::kInteractive});
-  ASSERT_TRUE(session.SetPaused(true));
-  ASSERT_TRUE(recorder.AwaitState(State::kRenderingPaused));
-  const uint64_t rays = session.statistics().rays;
-  std::this_thread::sleep_for(milliseconds(30));
-  EXPECT_EQ(session.statistics().rays, rays);
-  EXPECT_FALSE(session.ended());
-  EXPECT_TRUE(session.SetPaused(false));
-  ASSERT_TRUE(session.Wait(kLong));
-  EXPECT_EQ(session.state(), State::kIdleDone);
-  EXPECT_TRUE(SamePixels(*expected, *ImagePtr(session.Snapshot())));
-}
-
-TEST(Session, APausedRefinementCanBeStopped) {
-  SceneKit kit;
-  MakeCornell(kit, 32, 1 << 20);
-  Recorder recorder;
-  Session session(kit.scene, recorder);
-  session.StartAndPrepare({.mode = Mode::kInteractive});
-  session.SetPaused(true);
-  ASSERT_TRUE(recorder.AwaitState(State::kRenderingPaused));
-  session.RequestStop();
-  EXPECT_TRUE(session.Wait(milliseconds(2000)));
-  EXPECT_EQ(session.state(), State::kIdleStopped);
-}
-
 TEST(Session, ProductionDoesNotPause) {
   SceneKit kit;
   MakeCornell(kit, 64, 1 << 20);
@@ -216,28 +127,6 @@ TEST(Session, ProductionDoesNotPause) {
   Session session(kit.scene, recorder);
   session.StartAndPrepare({});
   EXPECT_FALSE(session.SetPaused(true));
-}
-
-TEST(Session, RefinementTakesChangesOver) {
-  SceneKit kit;
-  const Cornell room = MakeCornell(kit, 24, 8);
-  Recorder recorder;
-  Session session(kit.scene, recorder);
-  session.Start({.mode = Mode::kInteractive, .keep_running = true});
-  ASSERT_TRUE(recorder.AwaitState(State::kRenderingAwaitingChanges));
-  const ImagePtr bright(session.Snapshot());
-  {
-    const std::unique_lock lock(kit.scene.mutex);
-    kit.scene.Set(room.lamp, "intensity", 8.5f);
-  }
-  session.SceneChanged();
-  ASSERT_TRUE(recorder.Await([&] { return recorder.passes.size() >= 8; }));
-  ASSERT_TRUE(recorder.AwaitState(State::kRenderingAwaitingChanges));
-  EXPECT_EQ(session.statistics().meshes_built, 0);
-  const ImagePtr dim(session.Snapshot());
-  EXPECT_NEAR(Mean(*dim).g, Mean(*bright).g / 2, 1e-3);
-  session.RequestStop();
-  EXPECT_TRUE(session.Wait(kLong));
 }
 
 TEST(Session, EditsDuringARenderDoNotReachIt) {
@@ -273,17 +162,6 @@ TEST(Session, ANewStartReplacesTheRenderInProgress) {
   EXPECT_EQ(image->height, 8);
 }
 
-TEST(Session, TimeLimitEndsARefinement) {
-  SceneKit kit;
-  MakeCornell(kit, 32, 1 << 20);
-  Recorder recorder;
-  Session session(kit.scene, recorder);
-  session.Start({.mode = Mode::kInteractive, .time_limit = 0.05});
-  ASSERT_TRUE(session.Wait(milliseconds(5000)));
-  EXPECT_EQ(session.state(), State::kIdleDone);
-  EXPECT_GE(session.statistics().samples, 1);
-}
-
 TEST(Session, RegionKeepsTheRest) {
   SceneKit kit;
   MakeCornell(kit, 32, 2);
@@ -313,6 +191,47 @@ TEST(Session, CropFillsTheFrameWithAPartOfTheView) {
   EXPECT_FLOAT_EQ(Mean(*RenderWith(kit.scene, {})).g, 0.25f);
   EXPECT_FLOAT_EQ(Mean(*RenderWith(kit.scene, {.crop = RegionF{0.5f, 0, 0.5f, 0.5f}})).g, 1);
   EXPECT_FLOAT_EQ(Mean(*RenderWith(kit.scene, {.crop = RegionF{0, 0, 0.5f, 0.5f}})).g, 0);
+}
+
+TEST(Session, WhoIsToldOfTheEndFindsTheRenderEnded) {
+  class Asker : public Recorder {
+   public:
+    void OnState(State from, State to) override {
+      Recorder::OnState(from, to);
+      if (to == State::kIdleDone) asked.release();
+    }
+    std::binary_semaphore asked{0};
+  };
+  SceneKit kit;
+  MakeCornell(kit, 8, 1);
+  Asker asker;
+  Session session(kit.scene, asker);
+  for (int i = 0; i < 20; ++i) {
+    session.Start({});
+    asker.asked.acquire();
+    EXPECT_TRUE(session.ended());
+  }
+}
+
+TEST(Session, AFrameOfASequenceWaitsForTheNext) {
+  SceneKit kit;
+  MakeCornell(kit, 8, 1);
+  Recorder recorder;
+  Session session(kit.scene, recorder);
+  session.Start({.more_frames = true});
+  ASSERT_TRUE(session.Wait(kLong));
+  EXPECT_EQ(session.state(), State::kIdleFrameDone);
+  EXPECT_TRUE(session.ended());
+  EXPECT_FALSE(session.sequence_ended());
+  EXPECT_FALSE(session.WaitSequence(milliseconds(1)));
+  session.Start({});
+  ASSERT_TRUE(session.WaitSequence(kLong));
+  EXPECT_EQ(session.state(), State::kIdleDone);
+  session.Start({.more_frames = true});
+  ASSERT_TRUE(session.Wait(kLong));
+  session.RequestStop();
+  EXPECT_TRUE(session.sequence_ended());
+  EXPECT_EQ(session.state(), State::kIdleStopped);
 }
 
 TEST(Session, ASceneThatCannotBeRenderedSaysWhy) {
@@ -391,6 +310,33 @@ TEST(BucketQueue, PrefersWhatIsNear) {
   queue.Return(bucket);
   ASSERT_TRUE(queue.Next(&bucket));
   EXPECT_EQ(bucket.x, 48);
+}
+
+TEST(BucketQueue, ForgetsWhatWasPreferred) {
+  BucketQueue queue;
+  queue.Prefer(60, 5);
+  queue.Clear();
+  queue.Fill(SpiralBuckets({0, 0, 64, 64}, 16));
+  Bucket bucket;
+  ASSERT_TRUE(queue.Next(&bucket));
+  EXPECT_EQ(bucket, SpiralBuckets({0, 0, 64, 64}, 16).front());
+}
+
+TEST(BucketQueue, GivesTheRestByItsDistance) {
+  BucketQueue queue;
+  queue.Fill(SpiralBuckets({0, 0, 160, 160}, 16));
+  Bucket bucket;
+  for (int i = 0; i < 10; ++i) ASSERT_TRUE(queue.Next(&bucket));
+  queue.Prefer(0, 160);
+  int last = 0;
+  int count = 0;
+  for (; queue.Next(&bucket); ++count) {
+    const int dx = bucket.x + 8;
+    const int dy = bucket.y + 8 - 160;
+    EXPECT_GE(dx * dx + dy * dy, last);
+    last = dx * dx + dy * dy;
+  }
+  EXPECT_EQ(count, 90);
 }
 
 }  // namespace
