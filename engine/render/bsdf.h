@@ -83,6 +83,13 @@ class Bsdf {
   // Whether Evaluate can be other than black: some lobe is not a delta.
   bool HasNonDelta() const;
 
+  // For the layers of a film (bsdf_layers.cpp). The part that the diffuse lobes have in Evaluate.
+  Color EvaluateDiffuse(const BsdfView& view, Vec3 wi) const;
+  // What of the light from everywhere goes to wo: by the diffuse lobes, and by all of them.
+  Color DiffuseAlbedo(const BsdfView& view) const;
+  Color Albedo(const BsdfView& view) const;
+  Vec3 normal() const { return frame_.n; }
+
  private:
   BsdfLobe* Add(LobeKind kind, float weight);
   void Append(const Bsdf& other, float share);

@@ -22,8 +22,11 @@ class Camera {
   // high.
   virtual float PixelSpread(float size, float aspect) const = 0;
   float exposure() const { return exposure_; }
+  // Where it looks, unit.
+  Vec3 forward() const { return forward_; }
 
  protected:
+  Vec3 forward_{0, 0, -1};
   float exposure_ = 1;  // linear factor on radiance
 };
 

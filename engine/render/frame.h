@@ -21,15 +21,21 @@ class FrameRenderer {
                 const std::optional<RegionF>& crop, LightStrategy strategy = LightStrategy::kBoth);
 
   // Adds the samples [first, first + count) of each pixel. False, and the film as it was, when `interrupt`
-  // was set on the way.
+  // was set on the way. The film keeps the scene's layers from then on.
   bool RenderBucket(const Bucket& bucket, int first, int count, const std::atomic<bool>& interrupt,
                     Film* film, TraceStatistics* statistics) const;
 
   const RenderScene& scene() const { return *scene_; }
 
  private:
+  // One sample of a pixel, before it becomes a path.
+  struct PixelSample;
+  PixelSample MakeSample(int x, int y, int index) const;
   bool RenderPixel(int x, int y, int first, int count, FilmPixel* pixel, const std::atomic<bool>& interrupt,
                    TraceStatistics* statistics) const;
+  // The same, and the layout's floats of the pixel.
+  bool RenderLayers(int x, int y, int first, int count, FilmPixel* pixel, const LayerLayout& layout,
+                    float* layers, const std::atomic<bool>& interrupt, TraceStatistics* statistics) const;
 
   std::shared_ptr<const RenderScene> scene_;
   PathIntegrator integrator_;

@@ -27,6 +27,23 @@ scene::PluginRef InstanceInputs::Reference(std::string_view property) const {
   return reference != nullptr ? *reference : scene::PluginRef{};
 }
 
+kiln::engine::Transform InstanceInputs::MotionOf(std::string_view property,
+                                                 const kiln::engine::Transform& now) const {
+  constexpr kiln::engine::Transform kRest{{{0, 0, 0}, {0, 0, 0}, {0, 0, 0}}, {}};
+  const auto found = instance_.values.find(instance_.type->FindProperty(property));
+  if (found == instance_.values.end() || found->second.keys.empty()) return kRest;
+  const scene::Value value = scene::Interpolate(found->second.keys, builder_.request_->time + 1);
+  const auto* next = value.As<kiln::engine::Transform>();
+  if (next == nullptr) return kRest;
+  const Matrix back = Inverse(now.matrix);
+  const Vec3 origin = back * kiln::engine::Offset(now);
+  kiln::engine::Transform motion = *next * kiln::engine::Transform{back, {-origin.x, -origin.y, -origin.z}};
+  motion.matrix.c0.x -= 1;
+  motion.matrix.c1.y -= 1;
+  motion.matrix.c2.z -= 1;
+  return motion;
+}
+
 const Texture* InstanceInputs::TextureOf(std::string_view property) const {
   const scene::PluginRef reference = Reference(property);
   if (!reference) return nullptr;

@@ -25,6 +25,9 @@ class InstanceInputs : public Inputs {
   void Warn(std::string_view text) const override;
 
   scene::PluginRef Reference(std::string_view property) const;
+  // From a place to how far an animated transform, which is `now` at the time of the build, moves what is
+  // there until the next frame.
+  kiln::engine::Transform MotionOf(std::string_view property, const kiln::engine::Transform& now) const;
 
  private:
   SceneBuilder& builder_;

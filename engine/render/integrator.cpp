@@ -3,6 +3,7 @@
 
 #include "engine/render/bsdf.h"
 #include "engine/render/mesh_light.h"
+#include "engine/render/path_recorder.h"
 #include "engine/render/sampling.h"
 
 namespace kiln::engine::render {
@@ -22,12 +23,18 @@ constexpr uint32_t OpacityGroup(int passed) {
   return 0x40000000u + static_cast<uint32_t>(passed);
 }
 
-// One path in flight.
+// One path in flight. The recorder is told what happens at the first surface and where light comes from.
+template <class Recorder>
 class Path {
  public:
   Path(const RenderScene& scene, LightStrategy strategy, const Sampler& sampler, float spread,
-       TraceStatistics* statistics)
-      : scene_(scene), strategy_(strategy), sampler_(sampler), statistics_(statistics), spread_(spread) {}
+       TraceStatistics* statistics, Recorder recorder)
+      : scene_(scene),
+        strategy_(strategy),
+        sampler_(sampler),
+        statistics_(statistics),
+        spread_(spread),
+        recorder_(recorder) {}
 
   PathResult Run(const CameraRay& camera);
 
@@ -42,7 +49,8 @@ class Path {
   bool Scatter(const SurfacePoint& point, const Bsdf& bsdf, const BsdfView& view);
   bool SurvivesRoulette(float u);
   void CrossBoundary(const SurfacePoint& point);
-  void Add(Color contribution, bool bounced);
+  // Limits a contribution and adds it; what was added.
+  Color Add(Color contribution, bool bounced);
   // The weight of light met by scattering that light sampling would have found with density `light_pdf`.
   float WeightOfHit(float light_pdf) const;
 
@@ -63,9 +71,11 @@ class Path {
   float pdf_ = 0;                        // of the last bounce's direction
   LightContext from_{};                  // the last bounce
   const SceneObject* medium_ = nullptr;  // the body that the ray is in
+  [[no_unique_address]] Recorder recorder_;
 };
 
-PathResult Path::Run(const CameraRay& camera) {
+template <class Recorder>
+PathResult Path<Recorder>::Run(const CameraRay& camera) {
   ray_ = {camera.origin, camera.near, camera.direction, camera.far};
   Bsdf bsdf;
   BsdfView view;
@@ -90,6 +100,7 @@ PathResult Path::Run(const CameraRay& camera) {
       continue;
     }
     result_.alpha = 1;
+    if (depth_ == 0) recorder_.Surface(scene_, point, hit, camera);
     if (scene_.channel != nullptr) {
       result_.radiance = scene_.channel->Evaluate(point, travelled_);
       break;
@@ -98,6 +109,7 @@ PathResult Path::Run(const CameraRay& camera) {
     if (depth_ >= scene_.settings.max_depth) break;
     point.object->material->Evaluate(point, &bsdf);
     if (bsdf.empty() || !bsdf.Look(point.wo, &view)) break;
+    if (depth_ == 0) recorder_.Closure(point, bsdf, view);
     const Sample4 u = sampler_.Get(LightGroup(depth_));
     from_ = {point.position, point.backfacing ? -point.normal : point.normal};
     if (strategy_ != LightStrategy::kScatteringOnly && bsdf.HasNonDelta()) SampleLight(point, bsdf, view, u);
@@ -106,27 +118,32 @@ PathResult Path::Run(const CameraRay& camera) {
   return result_;
 }
 
-bool Path::Intersect(Hit* hit) {
+template <class Recorder>
+bool Path<Recorder>::Intersect(Hit* hit) {
   ++statistics_->rays;
   if (statistics_->record != nullptr) statistics_->record->push_back(ray_);
   return scene_.Intersect(ray_, hit);
 }
 
-void Path::Add(Color contribution, bool bounced) {
+template <class Recorder>
+Color Path<Recorder>::Add(Color contribution, bool bounced) {
   const float limit = scene_.settings.clamp;
   if (limit > 0 && bounced) {
     const float most = MaxComponent(contribution);
     if (most > limit) contribution *= limit / most;
   }
   result_.radiance += contribution;
+  return contribution;
 }
 
-float Path::WeightOfHit(float light_pdf) const {
+template <class Recorder>
+float Path<Recorder>::WeightOfHit(float light_pdf) const {
   if (specular_ || strategy_ == LightStrategy::kScatteringOnly) return 1;
   return strategy_ == LightStrategy::kLightsOnly ? (light_pdf > 0 ? 0.0f : 1.0f) : MisWeight(pdf_, light_pdf);
 }
 
-void Path::GatherShapeLights(float far) {
+template <class Recorder>
+void Path<Recorder>::GatherShapeLights(float far) {
   for (const uint32_t index : scene_.shape_lights()) {
     const Light& light = *scene_.lights[index];
     LightHit hit;
@@ -136,22 +153,25 @@ void Path::GatherShapeLights(float far) {
     Color arriving = throughput_ * hit.radiance;
     if (medium_ != nullptr) arriving *= medium_->Transmittance(hit.distance);
     const float light_pdf = specular_ ? 0 : scene_.LightProbability(index) * light.Pdf(from_, ray_.direction);
-    Add(arriving * WeightOfHit(light_pdf), depth_ > 1);
+    recorder_.Met(Add(arriving * WeightOfHit(light_pdf), depth_ > 1), depth_, Layer::kSelfIllumination);
   }
 }
 
-void Path::GatherBackground() {
+template <class Recorder>
+void Path<Recorder>::GatherBackground() {
   for (const uint32_t index : scene_.infinite_lights()) {
     const Light& light = *scene_.lights[index];
     if (depth_ == 0 && !light.visible_to_camera()) continue;
     const Color radiance = light.Background(ray_.direction);
     if (IsBlack(radiance)) continue;
     const float light_pdf = specular_ ? 0 : scene_.LightProbability(index) * light.Pdf(from_, ray_.direction);
-    Add(throughput_ * radiance * WeightOfHit(light_pdf), depth_ > 1);
+    recorder_.Met(Add(throughput_ * radiance * WeightOfHit(light_pdf), depth_ > 1), depth_,
+                  Layer::kBackground);
   }
 }
 
-void Path::GatherEmission(const SurfacePoint& point, const Hit& hit) {
+template <class Recorder>
+void Path<Recorder>::GatherEmission(const SurfacePoint& point, const Hit& hit) {
   const Color radiance = SurfaceEmission(point);
   if (IsBlack(radiance)) return;
   float light_pdf = 0;
@@ -159,10 +179,12 @@ void Path::GatherEmission(const SurfacePoint& point, const Hit& hit) {
     light_pdf = scene_.LightProbability(static_cast<uint32_t>(point.object->mesh_light)) *
                 scene_.mesh_light(*point.object).PdfOfHit(hit.triangle, since_bounce_, ray_.direction);
   }
-  Add(throughput_ * radiance * WeightOfHit(light_pdf), depth_ > 1);
+  recorder_.Met(Add(throughput_ * radiance * WeightOfHit(light_pdf), depth_ > 1), depth_,
+                Layer::kSelfIllumination);
 }
 
-bool Path::PassesThrough(const SurfacePoint& point) {
+template <class Recorder>
+bool Path<Recorder>::PassesThrough(const SurfacePoint& point) {
   const SceneObject& object = *point.object;
   if (depth_ == 0 && !object.visible_to_camera) return true;
   if (object.opaque) return false;
@@ -171,7 +193,8 @@ bool Path::PassesThrough(const SurfacePoint& point) {
   return opacity <= 0 || sampler_.Get(OpacityGroup(passed_)).x >= opacity;
 }
 
-Color Path::Transmittance(Ray ray) {
+template <class Recorder>
+Color Path<Recorder>::Transmittance(Ray ray) {
   if (scene_.all_opaque()) {
     ++statistics_->rays;
     if (statistics_->record != nullptr) statistics_->record->push_back(ray);
@@ -195,7 +218,9 @@ Color Path::Transmittance(Ray ray) {
   return {};
 }
 
-void Path::SampleLight(const SurfacePoint& point, const Bsdf& bsdf, const BsdfView& view, const Sample4& u) {
+template <class Recorder>
+void Path<Recorder>::SampleLight(const SurfacePoint& point, const Bsdf& bsdf, const BsdfView& view,
+                                 const Sample4& u) {
   float choice = u.x;
   float probability = 0;
   const Light* light = scene_.ChooseLight(&choice, &probability);
@@ -211,14 +236,18 @@ void Path::SampleLight(const SurfacePoint& point, const Bsdf& bsdf, const BsdfVi
   if (medium_ != nullptr) contribution *= medium_->Transmittance(std::min(sample.distance, 1e30f));
   // Stops a little short, so that what the light is fixed to does not block it.
   constexpr float kShort = 1 - 1e-5f;
+  const Color unshadowed = contribution;
   contribution *= Transmittance({point.RayOrigin(sample.wi), 0, sample.wi, sample.distance * kShort});
-  if (!IsBlack(contribution)) Add(contribution, depth_ > 0);
+  if (!IsBlack(contribution)) contribution = Add(contribution, depth_ > 0);
+  recorder_.Sampled(contribution, unshadowed, depth_, point, bsdf, view, sample.wi, f);
 }
 
-bool Path::Scatter(const SurfacePoint& point, const Bsdf& bsdf, const BsdfView& view) {
+template <class Recorder>
+bool Path<Recorder>::Scatter(const SurfacePoint& point, const Bsdf& bsdf, const BsdfView& view) {
   const Sample4 u = sampler_.Get(ScatterGroup(depth_));
   BsdfSample sample;
   if (!bsdf.Sample(view, u.x, {u.y, u.z}, &sample) || IsBlack(sample.weight)) return false;
+  if (depth_ == 0) recorder_.Scattered(point, bsdf, view, sample);
   throughput_ *= sample.weight;
   specular_ = (sample.flags & kLobeSpecular) != 0;
   pdf_ = sample.pdf;
@@ -232,12 +261,14 @@ bool Path::Scatter(const SurfacePoint& point, const Bsdf& bsdf, const BsdfView& 
   return true;
 }
 
-void Path::CrossBoundary(const SurfacePoint& point) {
+template <class Recorder>
+void Path<Recorder>::CrossBoundary(const SurfacePoint& point) {
   if (!point.object->has_volume) return;
   medium_ = point.backfacing ? nullptr : point.object;
 }
 
-bool Path::SurvivesRoulette(float u) {
+template <class Recorder>
+bool Path<Recorder>::SurvivesRoulette(float u) {
   if (depth_ < scene_.settings.min_depth) return true;
   const float survival = std::min(1.0f, MaxComponent(throughput_));
   if (!(u < survival)) return false;
@@ -249,7 +280,12 @@ bool Path::SurvivesRoulette(float u) {
 
 PathResult PathIntegrator::Trace(const CameraRay& ray, float spread, const Sampler& sampler,
                                  TraceStatistics* statistics) const {
-  return Path(scene_, strategy_, sampler, spread, statistics).Run(ray);
+  return Path(scene_, strategy_, sampler, spread, statistics, NoRecorder()).Run(ray);
+}
+
+PathResult PathIntegrator::Trace(const CameraRay& ray, float spread, const Sampler& sampler,
+                                 TraceStatistics* statistics, PathLayers* layers) const {
+  return Path(scene_, strategy_, sampler, spread, statistics, PathRecorder(layers)).Run(ray);
 }
 
 }  // namespace kiln::engine::render

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "engine/render/layers.h"
 #include "engine/render/render_scene.h"
 #include "engine/render/sampler.h"
 
@@ -33,6 +34,10 @@ class PathIntegrator {
   // The radiance along a camera ray; `spread` is the angle of a pixel. The sampler's group 0 is the caller's.
   PathResult Trace(const CameraRay& ray, float spread, const Sampler& sampler,
                    TraceStatistics* statistics) const;
+  // The same path, and what it leaves in the layers that `layers` wants; the others are left as they were or
+  // not. The light of the light layers adds up to the radiance.
+  PathResult Trace(const CameraRay& ray, float spread, const Sampler& sampler, TraceStatistics* statistics,
+                   PathLayers* layers) const;
 
  private:
   const RenderScene& scene_;

@@ -11,6 +11,7 @@
 #include "engine/render/alias_table.h"
 #include "engine/render/camera.h"
 #include "engine/render/channel.h"
+#include "engine/render/layers.h"
 #include "engine/render/light.h"
 #include "engine/render/mesh.h"
 #include "engine/render/shading.h"
@@ -126,12 +127,20 @@ class RenderScene {
   const std::vector<uint32_t>& shape_lights() const { return shape_lights_; }
   const std::vector<uint32_t>& infinite_lights() const { return infinite_lights_; }
   const Bounds3& bounds() const { return bounds_; }
+  // How far the point of an object moves until the next frame, in the world.
+  Vec3 VelocityAt(const SurfacePoint& point) const {
+    if (motions.empty()) return {};
+    return TransformPoint(motions[static_cast<size_t>(point.object - objects.data())], point.position);
+  }
 
   RenderSettings settings;
   std::shared_ptr<const Camera> camera;
   std::string camera_name;
   std::shared_ptr<const Channel> channel;  // shown in place of the light; null for the light
+  LayerMask layers = 0;                    // what the film is to keep beside the beauty
   std::vector<SceneObject> objects;
+  // For each object, from a place to how far it moves until the next frame; empty when none is asked for.
+  std::vector<Transform> motions;
   std::vector<std::shared_ptr<const Light>> lights;
   // The instances of the first lights; those behind them, of meshes and of the background, have none.
   std::vector<scene::PluginId> light_ids;

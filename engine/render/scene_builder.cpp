@@ -5,6 +5,7 @@
 
 #include "engine/render/bsdf.h"
 #include "engine/render/dome.h"
+#include "engine/render/elements.h"
 #include "engine/render/instance_inputs.h"
 
 namespace kiln::engine::render {
@@ -231,6 +232,9 @@ void SceneBuilder::ReadSettings(RenderScene* out) {
       s.min_depth = std::max(0, in.Int("minDepth"));
       s.clamp = std::max(0.0f, in.Float("clamp"));
       out->channel = Get(channels_, in.Reference("channel").id, &scene::Evaluation::channel);
+    } else if (instance->type->element != 0) {
+      const Element* element = FindElement(static_cast<ElementType>(instance->type->element));
+      if (element != nullptr && in.Bool("enabled")) out->layers |= element->layers;
     } else if (type == "SettingsEnvironment") {
       s.background = in.Color("background");
     }
@@ -280,6 +284,9 @@ void SceneBuilder::AddObject(const scene::Instance& instance, RenderScene* out) 
   object.id = instance.id;
   if (!own_material) object.material_id = in.Reference("material").id;
   object.visible_to_camera = in.Bool("visibleToCamera");
+  if ((out->layers & LayerBit(Layer::kVelocity)) != 0) {
+    out->motions.push_back(in.MotionOf("transform", object.transform));
+  }
   out->objects.push_back(std::move(object));
 }
 

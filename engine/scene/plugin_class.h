@@ -71,6 +71,7 @@ struct Property {
   std::string_view deprecation{};  // empty: not deprecated
   PropertyGpuSupport gpu = PropertyGpuSupport::kNone;
   int32_t elements = -1;  // fixed number of elements of a list; -1: any number, or no list
+  bool is_file = false;   // a text that names a file, relative to the instance's folder
 };
 
 struct Output {
@@ -105,6 +106,8 @@ struct PluginClass {
   // and `visibleToCamera` (as names or aliases), and evaluates to the object's material itself or declares
   // `material` and `volume`.
   bool is_object = false;
+  // The type of the render element that an instance asks for, as it crosses the boundary; 0: none.
+  int32_t element = 0;
 
   // By name or alias; null when there is none.
   const Property* FindProperty(std::string_view property) const;

@@ -18,6 +18,7 @@ class PerspectiveCamera : public render::Camera {
         near_(std::max(0.0f, in.Float("nearClip"))),
         far_(in.Float("farClip")) {
     exposure_ = in.Float("exposure");
+    forward_ = -frame_.back;
   }
 
   render::CameraRay Generate(Vec2 screen, float aspect, Vec2 lens) const override {

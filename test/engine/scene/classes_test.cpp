@@ -91,7 +91,7 @@ TEST(Classes, ACategoryHasTheEvaluationItNeeds) {
     EXPECT_EQ(is(Category::kVolumetric), e.volume != nullptr);
     EXPECT_EQ(is(Category::kGeometrySource), e.geometry != nullptr);
     EXPECT_EQ(is(Category::kRenderView), e.camera != nullptr);
-    EXPECT_EQ(is(Category::kRenderChannel), e.channel != nullptr);
+    EXPECT_EQ(is(Category::kRenderChannel), e.channel != nullptr || type->element != 0);
     EXPECT_EQ(is(Category::kGeometricObject), type->is_object);
     EXPECT_EQ(is(Category::kLight), e.light != nullptr || (type->is_object && e.material != nullptr));
     EXPECT_TRUE(e.material != nullptr || !(is(Category::kMaterial) || is(Category::kBsdf)));
