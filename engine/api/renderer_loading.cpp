@@ -1,10 +1,9 @@
 // Entry points that read scenes: from files, texts and memory, one or several, with and without a filter.
-#include <algorithm>
 #include <cstddef>
 #include <filesystem>
-#include <iterator>
-#include <shared_mutex>
+#include <memory>
 #include <span>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -15,27 +14,37 @@
 namespace kiln::engine::api {
 namespace {
 
+using formats::Loader;
 using formats::LoadError;
-using formats::LoadResult;
 using scene::LoadFilter;
-using scene::Scene;
 
-LoadResult NothingGiven(const char* text) {
-  return {LoadError::kFileNotFound, {}, 0, text};
+// Code 0 is success; a filter's bad names have the codes of newPlugin for such names.
+int32_t Answer(LoadError error) {
+  switch (error) {
+    case LoadError::kNone:
+      return 0;
+    case LoadError::kDuplicateName:
+      return -2;
+    case LoadError::kInvalidName:
+      return -3;
+    default:
+      return 1;
+  }
 }
 
-LoadResult ReadFile(Scene& scene, const char* file, const LoadFilter& filter) {
-  return file ? formats::LoadFile(scene, file, filter) : NothingGiven("no scene file was named");
+void ReadFile(Loader& loader, const char* file) {
+  if (!file) return loader.Refuse("no scene file was named");
+  loader.AddFile(file);
 }
 
-LoadResult ReadText(Scene& scene, const char* text, const LoadFilter& filter) {
-  return text ? formats::LoadText(scene, text, {}, filter) : NothingGiven("no scene text was given");
+void ReadText(Loader& loader, const char* text) {
+  if (!text) return loader.Refuse("no scene text was given");
+  loader.AddText(text);
 }
 
-LoadResult ReadBuffer(Scene& scene, const KilnSceneBuffer& buffer, const LoadFilter& filter) {
-  if (!buffer.data && buffer.size) return NothingGiven("no scene data was given");
-  return formats::LoadBuffer(scene, std::span(static_cast<const std::byte*>(buffer.data), buffer.size),
-                             filter);
+void ReadBuffer(Loader& loader, const KilnSceneBuffer& buffer) {
+  if (!buffer.data && buffer.size) return loader.Refuse("no scene data was given");
+  loader.AddBuffer(std::span(static_cast<const std::byte*>(buffer.data), buffer.size));
 }
 
 // The host's filter: null leaves an instance out, the second argument keeps it, a text of the shared memory
@@ -70,47 +79,22 @@ class BufferLease {
   std::span<const KilnSceneBuffer> buffers_;
 };
 
-std::vector<scene::PluginId> SortedIds(const Scene& scene) {
-  const std::shared_lock lock(scene.mutex);
-  std::vector<scene::PluginId> ids = scene.Ids();
-  std::sort(ids.begin(), ids.end());
-  return ids;
+int32_t Replace(KilnRendererHandle renderer, const Renderer::Read& read, KilnFilterFunction filter = nullptr,
+                void* user = nullptr) {
+  return WithRenderer<int32_t>(
+      renderer, 1, [&](Renderer& r) { return Answer(r.ReplaceScene(read, MakeFilter(filter, user))); });
 }
 
-// Reads all, or nothing: what the earlier ones have added goes again when a later one fails.
+// All items in one step, or none: no item at all is a failure.
 template <class Item, class Read>
-LoadResult ReadAll(Scene& scene, const Item* items, int32_t count, Read&& read) {
-  if (!items || count <= 0) return NothingGiven("no scene was given");
-  std::vector<scene::PluginId> added;
-  LoadResult result;
-  for (int32_t i = 0; i < count && result.ok(); ++i) {
-    const auto before = count > 1 ? SortedIds(scene) : std::vector<scene::PluginId>();
-    result = read(scene, items[i]);
-    if (count == 1 || !result.ok()) continue;
-    const auto after = SortedIds(scene);
-    std::set_difference(after.begin(), after.end(), before.begin(), before.end(), std::back_inserter(added));
-  }
-  if (!result.ok() && !added.empty()) {
-    const std::unique_lock lock(scene.mutex);
-    for (const scene::PluginId id : added) scene.Delete(id);
-  }
-  return result;
-}
-
-int32_t Replace(KilnRendererHandle renderer, const std::function<LoadResult(Scene&)>& read) {
-  return WithRenderer<int32_t>(renderer, 1, [&](Renderer& r) { return !r.ReplaceScene(read); });
-}
-
-int32_t Append(KilnRendererHandle renderer, const std::function<LoadResult(Scene&)>& read) {
-  return WithRenderer<int32_t>(renderer, 1, [&](Renderer& r) { return !r.AppendToScene(read); });
-}
-
-template <class Item, class Read>
-int32_t AppendAll(KilnRendererHandle renderer, const Item* items, int32_t count, const LoadFilter& filter,
-                  Read&& read) {
-  return Append(renderer, [&](Scene& scene) {
-    return ReadAll(scene, items, count, [&](Scene& s, const Item& item) { return read(s, item, filter); });
-  });
+int32_t Append(KilnRendererHandle renderer, const Item* items, int32_t count, Read&& read,
+               KilnFilterFunction filter, void* user) {
+  const auto read_all = [&](Loader& loader) {
+    if (!items || count <= 0) loader.Refuse("no scene was given");
+    for (int32_t i = 0; i < count && items; ++i) read(loader, items[i]);
+  };
+  return WithRenderer<int32_t>(
+      renderer, 1, [&](Renderer& r) { return Answer(r.AppendToScene(read_all, MakeFilter(filter, user))); });
 }
 
 }  // namespace
@@ -123,7 +107,8 @@ int32_t Kiln_KilnRenderer_load(KilnRendererHandle renderer, const char* file) {
 
 int32_t Kiln_KilnRenderer_loadFiltered(KilnRendererHandle renderer, const char* file,
                                        KilnFilterFunction filter, void* user) {
-  return Replace(renderer, [&](Scene& scene) { return ReadFile(scene, file, MakeFilter(filter, user)); });
+  return Replace(
+      renderer, [&](Loader& loader) { ReadFile(loader, file); }, filter, user);
 }
 
 int32_t Kiln_KilnRenderer_loadAsText(KilnRendererHandle renderer, const char* text) {
@@ -132,13 +117,15 @@ int32_t Kiln_KilnRenderer_loadAsText(KilnRendererHandle renderer, const char* te
 
 int32_t Kiln_KilnRenderer_loadAsTextFiltered(KilnRendererHandle renderer, const char* text,
                                              KilnFilterFunction filter, void* user) {
-  return Replace(renderer, [&](Scene& scene) { return ReadText(scene, text, MakeFilter(filter, user)); });
+  return Replace(
+      renderer, [&](Loader& loader) { ReadText(loader, text); }, filter, user);
 }
 
 int32_t Kiln_KilnRenderer_loadAsBuffer(KilnRendererHandle renderer, const KilnSceneBuffer* buffer) {
   const BufferLease lease(buffer, 1);
-  return Replace(renderer, [&](Scene& scene) {
-    return buffer ? ReadBuffer(scene, *buffer, {}) : NothingGiven("no scene data was given");
+  return Replace(renderer, [&](Loader& loader) {
+    if (!buffer) return loader.Refuse("no scene data was given");
+    ReadBuffer(loader, *buffer);
   });
 }
 
@@ -160,7 +147,7 @@ int32_t Kiln_KilnRenderer_appendAsTextFiltered(KilnRendererHandle renderer, cons
   return Kiln_KilnRenderer_appendMultiAsTextFiltered(renderer, &text, 1, filter, user);
 }
 
-// The flag is for hosts of other libraries; here all ways of appending are one.
+// The flag selects nothing: there is one way of appending.
 int32_t Kiln_KilnRenderer_appendMulti(KilnRendererHandle renderer, const char* const* files, int32_t count,
                                       int32_t /*flag*/) {
   return Kiln_KilnRenderer_appendMultiFiltered(renderer, files, count, nullptr, nullptr);
@@ -173,14 +160,12 @@ int32_t Kiln_KilnRenderer_appendMultiAsText(KilnRendererHandle renderer, const c
 
 int32_t Kiln_KilnRenderer_appendMultiFiltered(KilnRendererHandle renderer, const char* const* files,
                                               int32_t count, KilnFilterFunction filter, void* user) {
-  return Guarded<int32_t>(
-      1, [&] { return AppendAll(renderer, files, count, MakeFilter(filter, user), ReadFile); });
+  return Append(renderer, files, count, ReadFile, filter, user);
 }
 
 int32_t Kiln_KilnRenderer_appendMultiAsTextFiltered(KilnRendererHandle renderer, const char* const* texts,
                                                     int32_t count, KilnFilterFunction filter, void* user) {
-  return Guarded<int32_t>(
-      1, [&] { return AppendAll(renderer, texts, count, MakeFilter(filter, user), ReadText); });
+  return Append(renderer, texts, count, ReadText, filter, user);
 }
 
 int32_t Kiln_KilnRenderer_appendMultiAsBuffer(KilnRendererHandle renderer, const KilnSceneBuffer* buffers,
@@ -192,16 +177,31 @@ int32_t Kiln_KilnRenderer_appendMultiAsBufferFiltered(KilnRendererHandle rendere
                                                       const KilnSceneBuffer* buffers, int32_t count,
                                                       KilnFilterFunction filter, void* user) {
   const BufferLease lease(buffers, count);
-  return Guarded<int32_t>(
-      1, [&] { return AppendAll(renderer, buffers, count, MakeFilter(filter, user), ReadBuffer); });
+  return Append(renderer, buffers, count, ReadBuffer, filter, user);
 }
 
 int32_t Kiln_KilnRenderer_clearScene(KilnRendererHandle renderer) {
   return WithRenderer<int32_t>(renderer, 1, [](Renderer& r) {
-    return ChangeScene(r, true, [](Scene& scene) {
+    return ChangeScene(r, true, [](scene::Scene& scene) {
       scene.Clear();
       return 0;
     });
+  });
+}
+
+// The paths stand in place of those set before, or with a flag of 0 behind them.
+int32_t Kiln_KilnRenderer_setIncludePaths(KilnRendererHandle renderer, const char* paths, int32_t flag) {
+  return WithRenderer<int32_t>(renderer, 0, [&](Renderer& r) {
+    std::vector<std::filesystem::path> folders;
+    std::istringstream list(paths ? paths : "");
+    for (std::string folder; std::getline(list, folder, ';');) {
+      if (!folder.empty()) folders.push_back(std::filesystem::absolute(folder));
+    }
+    r.WithSettings([&](Settings& settings) {
+      if (flag) settings.include_paths.clear();
+      settings.include_paths.insert(settings.include_paths.end(), folders.begin(), folders.end());
+    });
+    return 1;
   });
 }
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 #include <shared_mutex>
+#include <sstream>
 #include <utility>
 
 #include "engine/api/blocks.h"
@@ -152,30 +153,39 @@ const char* Renderer::Keep(std::string_view text) {
 }
 
 bool Renderer::Report(const formats::LoadResult& result) {
+  const LogLevel level = result.ok() ? LogLevel::kWarning : LogLevel::kError;
+  std::istringstream lines(result.text);
+  for (std::string line; std::getline(lines, line);) events.OnLog(static_cast<int>(level), line);
   if (result.ok()) return true;
-  events.OnLog(static_cast<int>(LogLevel::kError), result.text);
   const std::lock_guard lock(mutex_);
   error_ = {static_cast<int32_t>(result.error), result.file, result.line, result.text};
   return false;
 }
 
-bool Renderer::ReplaceScene(const std::function<formats::LoadResult(scene::Scene&)>& read) {
+formats::LoadResult Renderer::Load(scene::Scene& into, const Read& read, const scene::LoadFilter& filter) {
+  formats::Loader loader(into, WithSettings([](const Settings& settings) { return settings.include_paths; }));
+  read(loader);
+  return loader.Commit(filter);
+}
+
+formats::LoadError Renderer::ReplaceScene(const Read& read, const scene::LoadFilter& filter) {
   scene::Scene fresh;
   fresh.allow_invalid_names = scene.allow_invalid_names;
-  if (!Report(read(fresh))) return false;
+  const formats::LoadResult result = Load(fresh, read, filter);
+  if (!Report(result)) return result.error;
   {
     const HostReleaseScope releases;
     const std::unique_lock lock(scene.mutex);
     scene.TakeContent(fresh);
   }
   FollowScene();
-  return true;
+  return result.error;
 }
 
-bool Renderer::AppendToScene(const std::function<formats::LoadResult(scene::Scene&)>& read) {
-  if (!Report(read(scene))) return false;
-  SceneChanged(true);
-  return true;
+formats::LoadError Renderer::AppendToScene(const Read& read, const scene::LoadFilter& filter) {
+  const formats::LoadResult result = Load(scene, read, filter);
+  if (Report(result)) SceneChanged(true);
+  return result.error;
 }
 
 // What the host set for the scene before means nothing in a new one.
