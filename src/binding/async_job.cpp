@@ -52,6 +52,10 @@ void After(uv_work_t* work, int status) {
 
 }  // namespace
 
+void AsyncJob::End() {
+  if (uv_cancel(reinterpret_cast<uv_req_t*>(&work)) == 0) Cancel();
+}
+
 void QueueJob(AsyncJob* job, Environment& environment, v8::Local<v8::Object> self,
               v8::Local<v8::Function> callback) {
   job->work.data = job;

@@ -27,19 +27,17 @@ inline constexpr int kMaxCallbackArguments = 4;
 inline constexpr int kNoCall = -1;
 
 // The head of every job. It keeps the receiver and the callback alive until the job has settled.
-struct AsyncJob {
+struct AsyncJob : Task {
   uv_work_t work;
   Environment* environment;
   v8::Global<v8::Object> self;
   v8::Global<v8::Function> callback;  // empty: nobody is told
-  AsyncJob* previous;
-  AsyncJob* next;
 
   virtual void Run() = 0;
   virtual int Finish(v8::Local<v8::Value>* arguments) = 0;
   virtual void Abandon() = 0;
   virtual void Cancel() = 0;
-  virtual ~AsyncJob() = default;
+  void End() final;
 };
 
 // Queues the job, which from here on owns itself. A job always runs, unless its environment ends before it

@@ -1,6 +1,5 @@
 #include "binding/environment.h"
 
-#include "binding/async_job.h"
 #include "binding/kept_object.h"
 
 namespace KilnNodeWrapper {
@@ -40,7 +39,7 @@ Environment* Environment::Create(v8::Isolate* isolate) {
   return environment;
 }
 
-// The order matters. Jobs that have not begun are told first, because some had taken a renderer's end upon
+// The order matters. Tasks that have not begun are told first, because some had taken a renderer's end upon
 // them; SDK threads are woken, so that jobs which wait for them can end; objects are released when no job
 // uses them any more; the record goes last, when libuv has let go of every handle.
 void Environment::CleanUp(void* self, void (*done)(void*), void* done_argument) {
@@ -49,11 +48,9 @@ void Environment::CleanUp(void* self, void (*done)(void*), void* done_argument) 
   environment->done_ = done;
   environment->done_argument_ = done_argument;
   environment->Hold();
-  for (AsyncJob* job = environment->jobs_; job; job = job->next) {
-    if (uv_cancel(reinterpret_cast<uv_req_t*>(&job->work)) == 0) job->Cancel();
-  }
+  for (Task* task = environment->tasks_; task; task = task->next_) task->End();
   environment->Silence();
-  if (!environment->jobs_) environment->ReleaseObjects();
+  if (!environment->tasks_) environment->ReleaseObjects();
   environment->Drop();
 }
 
@@ -66,7 +63,7 @@ void Environment::AtExit(void* argument) {
   const std::unique_ptr<ExitNet> net(static_cast<ExitNet*>(argument));
   if (!net->environment) return;
   net->environment->exit_net_ = nullptr;
-  if (net->environment->jobs_) net->environment->Silence();
+  if (net->environment->tasks_) net->environment->Silence();
 }
 
 void Environment::ReleaseObjects() {
@@ -91,14 +88,14 @@ void Environment::Remove(Closable* object) {
   Unlink(object, objects_, &Closable::previous_, &Closable::next_);
 }
 
-void Environment::Add(AsyncJob* job) {
+void Environment::Add(Task* task) {
   Hold();
-  Link(job, jobs_, &AsyncJob::previous, &AsyncJob::next);
+  Link(task, tasks_, &Task::previous_, &Task::next_);
 }
 
-void Environment::Remove(AsyncJob* job) {
-  Unlink(job, jobs_, &AsyncJob::previous, &AsyncJob::next);
-  if (ending_ && !jobs_) ReleaseObjects();
+void Environment::Remove(Task* task) {
+  Unlink(task, tasks_, &Task::previous_, &Task::next_);
+  if (ending_ && !tasks_) ReleaseObjects();
   Drop();
 }
 

@@ -15,8 +15,20 @@
 
 namespace KilnNodeWrapper {
 
-struct AsyncJob;
 class ReleaseQueue;
+
+// Work on another thread that uses SDK objects, which are not released before it has settled.
+class Task {
+ public:
+  virtual ~Task() = default;
+  // The environment ends: takes back what has not begun. It settles later, on a turn of the loop.
+  virtual void End() = 0;
+
+ private:
+  friend class Environment;
+  Task* previous_ = nullptr;
+  Task* next_ = nullptr;
+};
 
 // The record of an SDK object that must not outlive its environment: a renderer, a server. It adds itself
 // when it is made and removes itself when it is deleted. The two functions are called at the environment's
@@ -55,14 +67,14 @@ class Environment : public ModuleContext {
   // True from the clean-up hook on: no JavaScript may run.
   bool ending() const { return ending_; }
 
-  // A libuv handle or a job is open; each Hold is matched by a Drop.
+  // A libuv handle or a task is open; each Hold is matched by a Drop.
   void Hold() { held_++; }
   void Drop();
 
   void Add(Closable* object);
   void Remove(Closable* object);
-  void Add(AsyncJob* job);
-  void Remove(AsyncJob* job);
+  void Add(Task* task);
+  void Remove(Task* task);
 
   // One instance of each value class, which new ones are cloned from (value_objects.h); made with the first.
   v8::Global<v8::Object> pristine_values[5];
@@ -105,7 +117,7 @@ class Environment : public ModuleContext {
   node::AsyncCleanupHookHandle hook_;
   ExitNet* exit_net_ = nullptr;
   Closable* objects_ = nullptr;
-  AsyncJob* jobs_ = nullptr;
+  Task* tasks_ = nullptr;
   size_t held_ = 0;
   bool ending_ = false;
   void (*done_)(void*) = nullptr;

@@ -6,31 +6,34 @@
 namespace KilnNodeWrapper {
 namespace {
 
-// The open ports of the process, for its exit. The mutex has no destructor to run before the exit handler
-// does.
-constinit std::mutex ports_mutex;
-constinit EventPort* ports = nullptr;
+// The places of the process, for its exit. The mutex has no destructor to run before the exit handler does.
+constinit std::mutex places_mutex;
+constinit ParkingPlace* places = nullptr;
+constinit std::atomic<int> sdk_threads{0};
 
-void Enlist(EventPort* port) {
-  std::lock_guard lock(ports_mutex);
-  port->next = ports;
-  if (ports) ports->previous = port;
-  ports = port;
+void Enlist(ParkingPlace* place) {
+  std::lock_guard lock(places_mutex);
+  place->next = places;
+  if (places) places->previous = place;
+  places = place;
 }
 
-void Strike(EventPort* port) {
-  std::lock_guard lock(ports_mutex);
-  if (port->previous) {
-    port->previous->next = port->next;
+void Strike(ParkingPlace* place) {
+  std::lock_guard lock(places_mutex);
+  if (place->previous) {
+    place->previous->next = place->next;
   } else {
-    ports = port->next;
+    places = place->next;
   }
-  if (port->next) port->next->previous = port->previous;
+  if (place->next) place->next->previous = place->previous;
 }
 
-void WakeAllPorts() {
-  std::lock_guard lock(ports_mutex);
-  for (EventPort* port = ports; port; port = port->next) WakePort(port);
+void LetEverythingGo() {
+  {
+    std::lock_guard lock(places_mutex);
+    for (ParkingPlace* place = places; place; place = place->next) WakePort(place);
+  }
+  for (int count = sdk_threads; count > 0; count = sdk_threads) sdk_threads.wait(count);
 }
 
 void Free(uv_handle_t* handle) {
@@ -46,14 +49,23 @@ void Free(uv_handle_t* handle) {
 
 }  // namespace
 
+void OpenParkingPlace(ParkingPlace* place) {
+  uv_sem_init(&place->done, 0);
+  Enlist(place);
+}
+
+void CloseParkingPlace(ParkingPlace* place) {
+  Strike(place);
+  uv_sem_destroy(&place->done);
+}
+
 void OpenPort(EventPort* port, Environment& environment, void* owner, uv_async_cb handler) {
   port->isolate = environment.isolate();
   port->environment = &environment;
-  uv_sem_init(&port->done, 0);
+  OpenParkingPlace(port);
   uv_async_init(environment.loop(), &port->async, handler);
   port->async.data = owner;
   environment.Hold();
-  Enlist(port);
 }
 
 void DeliverAndWait(EventPort* port) {
@@ -61,13 +73,13 @@ void DeliverAndWait(EventPort* port) {
   uv_sem_wait(&port->done);
 }
 
-void PostDone(EventPort* port) {
-  uv_sem_post(&port->done);
+void PostDone(ParkingPlace* place) {
+  uv_sem_post(&place->done);
 }
 
-void WakePort(EventPort* port) {
-  port->closing.store(true);
-  uv_sem_post(&port->done);
+void WakePort(ParkingPlace* place) {
+  place->closing.store(true);
+  uv_sem_post(&place->done);
 }
 
 void ClosePort(EventPort* port) {
@@ -75,8 +87,17 @@ void ClosePort(EventPort* port) {
   uv_close(reinterpret_cast<uv_handle_t*>(&port->async), Free);
 }
 
+void EnterSdkThread() {
+  sdk_threads++;
+}
+
+void LeaveSdkThread() {
+  sdk_threads--;
+  sdk_threads.notify_all();
+}
+
 void WakePortsAtExit() {
-  std::atexit(WakeAllPorts);
+  std::atexit(LetEverythingGo);
 }
 
 }  // namespace KilnNodeWrapper

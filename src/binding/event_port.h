@@ -16,17 +16,30 @@
 
 namespace KilnNodeWrapper {
 
-struct EventPort {
-  uv_async_t async;  // its data is the owner
+// Where a thread inside the SDK stands still until the JavaScript thread has done what it asks for.
+struct ParkingPlace {
   uv_sem_t done;
-  std::atomic<bool> closing{false};
+  std::atomic<bool> closing{false};  // nobody is served any more
+  ParkingPlace* previous = nullptr;
+  ParkingPlace* next = nullptr;
+};
+
+// JavaScript thread; no thread may stand there when it closes.
+void OpenParkingPlace(ParkingPlace* place);
+void CloseParkingPlace(ParkingPlace* place);
+
+struct AsyncHandle {
+  uv_async_t async;  // its data is the owner
+};
+
+struct EventPort : AsyncHandle, ParkingPlace {
   std::atomic<int> inside{0};  // SDK threads in a callback of the port
   v8::Isolate* isolate = nullptr;
   Environment* environment = nullptr;
-  EventPort* previous = nullptr;
-  EventPort* next = nullptr;
 
-  static EventPort* From(uv_async_t* async) { return reinterpret_cast<EventPort*>(async); }
+  static EventPort* From(uv_async_t* async) {
+    return static_cast<EventPort*>(reinterpret_cast<AsyncHandle*>(async));
+  }
 };
 
 // JavaScript thread. The port's handle keeps the loop alive while it is open.
@@ -53,16 +66,21 @@ class PortVisit {
 // once when the loop can't be woken.
 void DeliverAndWait(EventPort* port);
 // JavaScript thread, at the end of the handler.
-void PostDone(EventPort* port);
-// Sets `closing` and lets a waiting SDK thread go; later callbacks return at once. Any thread.
-void WakePort(EventPort* port);
+void PostDone(ParkingPlace* place);
+// Sets `closing` and lets a waiting thread go; later callbacks return at once. Any thread.
+void WakePort(ParkingPlace* place);
 // JavaScript thread. The port is freed on a later turn of the loop, so that a handler which is running may go
 // on.
 void ClosePort(EventPort* port);
 
-// Wakes every port of the process when it exits: clean-up hooks do not run on process.exit or after an
-// uncaught exception, and the SDK's own shutdown may wait for its threads. To be called after each load of
-// the library, so that it runs before the library's own exit handlers.
+// A thread of ours that is inside the SDK. The exit of the process waits for it, since the library must not
+// end under it; it counts from before the thread begins to the last thing that the thread does.
+void EnterSdkThread();
+void LeaveSdkThread();
+
+// Wakes every thread that waits for JavaScript when the process exits: clean-up hooks do not run on
+// process.exit or after an uncaught exception, and the SDK's own shutdown may wait for its threads. To be
+// called after each load of the library, so that it runs before the library's own exit handlers.
 void WakePortsAtExit();
 
 // A port with room for an event behind its head.

@@ -11,6 +11,11 @@ OptionReader::OptionReader(v8::Local<v8::Context> context, v8::Local<v8::Object>
       lookup_(lookup),
       try_catch_(isolate_) {}
 
+bool OptionReader::Has(const char* key) {
+  v8::Local<v8::String> name;
+  return NewName(isolate_, key).ToLocal(&name) && object_->Has(context_, name).FromMaybe(false);
+}
+
 v8::MaybeLocal<v8::Value> OptionReader::Value(const char* key) {
   v8::Local<v8::String> name;
   v8::Local<v8::Value> value;

@@ -23,6 +23,7 @@ class OptionReader {
   OptionReader(const OptionReader&) = delete;
   OptionReader& operator=(const OptionReader&) = delete;
 
+  bool Has(const char* key);
   // The key's value; empty when the object lacks it or reading threw.
   v8::MaybeLocal<v8::Value> Value(const char* key);
 
