@@ -15,16 +15,36 @@ const settle = {
 };
 
 // Where the callback stands among the arguments, for the members that do not take it as the last one.
-const CALLBACK_PLACES = { pickPlugin: 2, denoiseNow: 0 };
+const CALLBACK_PLACES = { pickPlugin: 2, denoiseNow: 0, append: behindTexts };
+
+const isText = (value) => typeof value === 'string' || value instanceof String;
+
+/** Behind one array, or behind the leading strings. */
+function behindTexts(args) {
+  if (Array.isArray(args[0])) return 1;
+  const behind = args.findIndex((value) => !isText(value));
+  return behind < 0 ? args.length : behind;
+}
 
 const RENDERER = {
   load: 'errorFirst',
   loadAsText: 'errorFirst',
   loadFromBuffer: 'errorFirst',
+  append: 'errorFirst',
+  appendAsText: 'errorFirst',
+  appendFromBuffer: 'errorFirst',
+  loadFiltered: 'errorFirst',
+  loadAsTextFiltered: 'errorFirst',
+  appendFiltered: 'errorFirst',
+  appendAsTextFiltered: 'errorFirst',
+  appendFromBufferFiltered: 'errorFirst',
+  deletePlugins: 'value',
   start: 'errorFirst',
   render: 'errorFirst',
+  export: 'errorFirst',
   stop: 'value',
   waitForRenderEnd: 'value',
+  waitForSequenceEnd: 'value',
   pickPlugin: 'value',
   pickPlugins: 'value',
   denoiseNow: 'valueOrNull',
@@ -45,11 +65,17 @@ const IMAGE = {
   getCutIn: 'valueOrNull',
 };
 
+function callbackPlace(name, args) {
+  const place = CALLBACK_PLACES[name];
+  if (place === undefined) return args.length;
+  return typeof place === 'function' ? place(args) : place;
+}
+
 /** The promise form of one member, called on its receiver with all arguments but the callback. */
 function promised(member, name, kind) {
   return function (...args) {
     return new Promise((resolve, reject) => {
-      const place = name in CALLBACK_PLACES ? CALLBACK_PLACES[name] : args.length;
+      const place = callbackPlace(name, args);
       const result = member.call(this, ...args.slice(0, place), settle[kind](resolve, reject, name), ...args.slice(place));
       // Work that did not begin calls nobody back.
       if (result === false) reject(new Error(`${name} failed: it could not begin.`));

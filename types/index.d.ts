@@ -513,17 +513,69 @@ export interface RendererEvents {
 type Listener<E extends keyof RendererEvents> = (this: KilnRenderer, ...args: RendererEvents[E]) => void;
 type DoneCallback = (error: Error | null) => void;
 
+/**
+ * Is asked about every plugin that a load reads, with its class and its name: a falsy answer leaves it out, a string is
+ * its new name, anything else keeps it.
+ */
+export type PluginFilter = (this: KilnRenderer, className: string, name: string) => unknown;
+
+/** Frames from `start` to `end`; `step` counts only where both are given, and is 1 without. */
+export interface FrameRange { start?: number; end?: number; step?: number; }
+/** A frame, a range of frames, or any of these in arrays to any depth. */
+export type Frames = number | FrameRange | readonly Frames[];
+
+export type ImprovedDefaultsLevel = 'draft' | 'low' | 'medium' | 'high' | 'veryHigh';
+
+export interface ExportSettings {
+  appendFrameSuffix?: boolean;
+  currentFrameOnly?: boolean;
+  incremental?: boolean;
+  /** The frames that animated values are written for. */
+  leftInterval?: number;
+  rightInterval?: number;
+  /** Default: true. */
+  compressed?: boolean;
+  /** Large arrays in a form for machines. Default: true. */
+  hexArrays?: boolean;
+  hexTransforms?: boolean;
+  renderElementsSeparateFolders?: boolean;
+  /** Default: true. */
+  printHeader?: boolean;
+  hostAppString?: string;
+  /** These plugins alone; without it, all. */
+  pluginExportList?: Plugin[];
+  additionalIncludeFiles?: string[];
+  /** Kinds of plugins that go to a file of their own. One that can't be used leaves the keys below unread. */
+  subFileInfos?: Array<{ type: string; suffix: string }>;
+  kidataExport?: boolean;
+  /** Default: 128. */
+  kidataSmallBufferSizeLimit?: number;
+  kidataFileSizeLimitMiB?: number;
+}
+
 /** The members that take a callback, as promises. */
 export interface RendererPromises {
   load(fileName: string): Promise<void>;
   loadAsText(sceneText: string): Promise<void>;
   loadFromBuffer(sceneData: Buffer): Promise<void>;
+  append(fileNames: string | string[], flag?: boolean): Promise<void>;
+  appendAsText(sceneTexts: string | string[]): Promise<void>;
+  appendFromBuffer(sceneData: Buffer | Buffer[]): Promise<void>;
+  loadFiltered(fileName: string, filter: PluginFilter): Promise<void>;
+  loadAsTextFiltered(sceneText: string, filter: PluginFilter): Promise<void>;
+  appendFiltered(fileNames: string | string[], filter: PluginFilter): Promise<void>;
+  appendAsTextFiltered(sceneTexts: string | string[], filter: PluginFilter): Promise<void>;
+  appendFromBufferFiltered(sceneData: Buffer | Buffer[], filter: PluginFilter): Promise<void>;
+  deletePlugins(...plugins: Array<string | Plugin>): Promise<boolean>;
+  deletePlugins(plugins: Array<string | Plugin>): Promise<boolean>;
+  export(filePath: string, settings?: ExportSettings): Promise<void>;
   /** Resolves when the render is prepared and under way. */
   start(): Promise<void>;
   render(): Promise<void>;
   stop(): Promise<void>;
   /** Resolves to whether the render has ended within the time, in milliseconds; without one it waits for the end. */
   waitForRenderEnd(timeout?: number): Promise<boolean>;
+  waitForSequenceEnd(timeout?: number): Promise<boolean>;
   pickPlugin(x: number, y: number, timeout?: number): Promise<Plugin | null>;
   pickPlugins(x: number, y: number, maxResults?: number, timeout?: number): Promise<Pick[]>;
   /** Rejects where nothing can be denoised. */
@@ -548,6 +600,39 @@ export class KilnRenderer extends EventEmitter {
   loadAsTextSync(sceneText: string | string[]): void;
   loadFromBuffer(sceneData: Buffer, callback?: DoneCallback): void;
   loadFromBufferSync(sceneData: Buffer): void;
+  /** Adds to the scene. `flag` is the library's own. */
+  append(fileNames: string | string[], callback?: DoneCallback, flag?: boolean): void;
+  append(fileNames: string | string[], flag: boolean): void;
+  appendSync(fileNames: string | string[], flag?: boolean): void;
+  appendAsText(sceneTexts: string | string[], callback?: DoneCallback): void;
+  appendAsTextSync(...sceneTexts: string[]): void;
+  appendAsTextSync(sceneTexts: string[]): void;
+  appendFromBuffer(sceneData: Buffer | Buffer[], callback?: DoneCallback): void;
+  appendFromBufferSync(...sceneData: Buffer[]): void;
+  appendFromBufferSync(sceneData: Buffer[]): void;
+
+  loadFiltered(fileName: string, filter: PluginFilter, afterLoad: DoneCallback): void;
+  loadFilteredSync(fileName: string, filter: PluginFilter): void;
+  loadAsTextFiltered(sceneText: string, filter: PluginFilter, afterLoad: DoneCallback): void;
+  loadAsTextFilteredSync(sceneText: string, filter: PluginFilter): void;
+  appendFiltered(fileNames: string | string[], filter: PluginFilter, afterLoad: DoneCallback): void;
+  appendFilteredSync(fileNames: string | string[], filter: PluginFilter): void;
+  appendAsTextFiltered(sceneTexts: string | string[], filter: PluginFilter, afterLoad: DoneCallback): void;
+  appendAsTextFilteredSync(sceneTexts: string | string[], filter: PluginFilter): void;
+  appendFromBufferFiltered(sceneData: Buffer | Buffer[], filter: PluginFilter, afterLoad: DoneCallback): void;
+  appendFromBufferFilteredSync(sceneData: Buffer | Buffer[], filter: PluginFilter): void;
+
+  /** Calls back with whether all were deleted. */
+  deletePlugins(plugins: Array<string | Plugin>, callback: (deleted: boolean) => void): void;
+  deletePlugins(...pluginsAndCallback: [...plugins: Array<string | Plugin>, callback: (deleted: boolean) => void]): void;
+  deletePluginsSync(plugins: Array<string | Plugin>): boolean;
+  deletePluginsSync(...plugins: Array<string | Plugin>): boolean;
+
+  /** The arguments may stand in any order. */
+  export(filePath: string, callback: DoneCallback): void;
+  export(filePath: string, settings: ExportSettings, callback: DoneCallback): void;
+  exportSync(filePath: string, settings?: ExportSettings): boolean;
+  serializeScene(): boolean;
 
   /** With a callback the preparation runs beside the JavaScript thread; the callback comes when it is done. */
   start(callback?: DoneCallback): void;
@@ -557,8 +642,32 @@ export class KilnRenderer extends EventEmitter {
   stop(callback?: () => void): void;
   waitForRenderEnd(callback: (ended: boolean) => void): void;
   waitForRenderEnd(timeout: number, callback: (ended: boolean) => void): void;
+  waitForSequenceEnd(callback: (ended: boolean) => void): void;
+  waitForSequenceEnd(timeout: number, callback: (ended: boolean) => void): void;
+  renderSequence(...frames: Frames[]): void;
+  continueSequence(): void;
+  /** An interactive render holds still, and goes on. */
+  pause(): boolean;
+  resume(): boolean;
+  /** The parts of the picture next to this pixel come first. */
+  bucketRenderNearest(x: number, y: number): void;
   /** Takes the scene's changes over; the index of the last change. */
   commit(): number;
+  /** The index of the last change that was taken over. */
+  getChangeIndex(): number;
+  /** Settings of that quality; 'medium' without a level. */
+  setImprovedDefaultSettings(level?: ImprovedDefaultsLevel | number): boolean;
+  setInteractiveSampleLevel(level: number): boolean;
+  setInteractiveNoiseThreshold(threshold: number): boolean;
+  /** In milliseconds; 0 is none. */
+  setInteractiveTimeout(timeout: number): boolean;
+  /** Both return what the library answers. */
+  setProgressiveImageUpdateDifference(difference: number): number;
+  setProgressiveImageUpdateTimeout(timeout: number): number;
+  updateLightingAnalysis(): boolean;
+  /** Forgets the keyframes up to a time. */
+  clearAllPropertyValuesUpToTime(time: number): boolean;
+  clearPropertyValuesUpToTime(time: number, categories: CategoryName[]): boolean;
   /** undefined when there is no image yet. */
   getImage(options?: GetImageOptions): KilnImage | undefined;
   clearScene(): boolean;

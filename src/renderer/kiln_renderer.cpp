@@ -9,8 +9,10 @@
 #include "module/module.h"
 #include "module/sdk_library.h"
 #include "renderer/gui_pump.h"
+#include "renderer/renderer_calls.h"
 #include "renderer/renderer_options.h"
 #include "renderer/renderer_wrapper.h"
+#include "renderer/scene_loading.h"
 #include "scene/category.h"
 #include "scene/classes.h"
 #include "scene/plugins.h"
@@ -123,29 +125,60 @@ void GetInstanceHandle(const Arguments& info) {
   info.GetReturnValue().Set(compat::NewExternal(info.GetIsolate(), RendererOf(info).renderer));
 }
 
+using enum Verb;
+using enum Source;
+using enum Filter;
+using enum Form;
+using enum TrueIs;
+
 constexpr Method kMethods[] = {
+    {"clearAllPropertyValuesUpToTime", ClearAllPropertyValuesUpToTime},
+    {"clearPropertyValuesUpToTime", ClearPropertyValuesUpToTime},
+    {"pause", AskRenderer<&SdkTable::Kiln_KilnRenderer_pauseRT, kNonZero, 1>},
+    {"resume", AskRenderer<&SdkTable::Kiln_KilnRenderer_pauseRT, kNonZero, 0>},
     {"getBoundingBox", GetBoundingBox},
     {"getInteractiveStatistics", GetInteractiveStatistics},
     {"clearLastError", ClearLastError},
-    {"load", Load},
-    {"loadAsText", LoadAsText},
-    {"loadFromBuffer", LoadFromBuffer},
-    {"loadSync", LoadSync},
-    {"loadAsTextSync", LoadAsTextSync},
-    {"loadFromBufferSync", LoadFromBufferSync},
+    {"setInteractiveSampleLevel", SetInteractiveSampleLevel},
+    {"setInteractiveNoiseThreshold", SetInteractiveNoiseThreshold},
+    {"setInteractiveTimeout", SetInteractiveTimeout},
+    {"load", SceneHandler<kLoad, kFile>},
+    {"append", SceneHandler<kAppend, kFile>},
+    {"loadAsText", SceneHandler<kLoad, kText>},
+    {"appendAsText", SceneHandler<kAppend, kText>},
+    {"loadFromBuffer", SceneHandler<kLoad, kBuffer>},
+    {"appendFromBuffer", SceneHandler<kAppend, kBuffer>},
+    {"loadSync", SceneHandler<kLoad, kFile, kNone, kSync>},
+    {"appendSync", SceneHandler<kAppend, kFile, kNone, kSync>},
+    {"loadAsTextSync", SceneHandler<kLoad, kText, kNone, kSync>},
+    {"appendAsTextSync", SceneHandler<kAppend, kText, kNone, kSync>},
+    {"loadFromBufferSync", SceneHandler<kLoad, kBuffer, kNone, kSync>},
+    {"appendFromBufferSync", SceneHandler<kAppend, kBuffer, kNone, kSync>},
+    {"deletePlugins", DeletePlugins},
+    {"deletePluginsSync", DeletePluginsSync},
     {"render", Start, static_cast<v8::PropertyAttribute>(v8::ReadOnly | v8::DontEnum)},
     {"start", Start},
     {"startSync", StartSync},
+    {"renderSequence", RenderSequence},
+    {"continueSequence", TellRenderer<&SdkTable::Kiln_KilnRenderer_continueSequence>},
+    {"export", ExportScene},
+    {"exportSync", ExportSceneSync},
+    {"bucketRenderNearest", BucketRenderNearest},
     {"pickPlugin", PickPlugin},
     {"pickPluginSync", PickPluginSync},
     {"pickPlugins", PickPlugins},
     {"pickPluginsSync", PickPluginsSync},
     {"stop", Stop},
     {"waitForRenderEnd", WaitForRenderEnd},
-    {"commit", Commit},
+    {"waitForSequenceEnd", WaitForSequenceEnd},
+    {"commit", CountOfRenderer<&SdkTable::Kiln_KilnRenderer_commit, 0>},
+    {"getChangeIndex", CountOfRenderer<&SdkTable::Kiln_KilnRenderer_getChangeIndex>},
+    {"setProgressiveImageUpdateDifference", SetProgressiveImageUpdateDifference},
+    {"setProgressiveImageUpdateTimeout", SetProgressiveImageUpdateTimeout},
     {"getImage", GetImage},
     {"close", Close},
-    {"clearScene", ClearScene},
+    {"clearScene", AskRenderer<&SdkTable::Kiln_KilnRenderer_clearScene, kZero>},
+    {"setImprovedDefaultSettings", SetImprovedDefaultSettings},
     {"getComputeDevicesOptix", GetComputeDevicesOptix},
     {"getComputeDevicesCUDA", GetComputeDevicesCUDA},
     {"getComputeDevicesDenoiser", GetComputeDevicesDenoiser},
@@ -164,6 +197,18 @@ constexpr Method kMethods[] = {
     {"setResumableRendering", SetResumableRendering},
     {"setBitmapCache", SetBitmapCache},
     {"denoiseNow", DenoiseNow},
+    {"updateLightingAnalysis", AskRenderer<&SdkTable::Kiln_KilnRenderer_updateLightingAnalysis, kNonZero>},
+    {"serializeScene", AskRenderer<&SdkTable::Kiln_KilnRenderer_serializeScene, kZero>},
+    {"loadFiltered", SceneHandler<kLoad, kFile, kScript>},
+    {"appendFiltered", SceneHandler<kAppend, kFile, kScript>},
+    {"loadAsTextFiltered", SceneHandler<kLoad, kText, kScript>},
+    {"appendAsTextFiltered", SceneHandler<kAppend, kText, kScript>},
+    {"appendFromBufferFiltered", SceneHandler<kAppend, kBuffer, kScript>},
+    {"loadFilteredSync", SceneHandler<kLoad, kFile, kScript, kSync>},
+    {"appendFilteredSync", SceneHandler<kAppend, kFile, kScript, kSync>},
+    {"loadAsTextFilteredSync", SceneHandler<kLoad, kText, kScript, kSync>},
+    {"appendAsTextFilteredSync", SceneHandler<kAppend, kText, kScript, kSync>},
+    {"appendFromBufferFilteredSync", SceneHandler<kAppend, kBuffer, kScript, kSync>},
     {"setIncludePaths", SetIncludePaths},
     {"getAutoExposureResult", GetAutoExposureResult},
     {"setKilnProfiler", SetKilnProfiler},

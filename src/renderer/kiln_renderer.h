@@ -17,20 +17,27 @@ void CreateKilnRenderer(const Arguments& info);
 // The handle of a KilnRenderer; null for any other value.
 KilnRendererHandle RendererHandleOf(Environment& environment, v8::Local<v8::Value> value);
 
-// The members, a table per file. Their order on the prototype is the class's own (kiln_renderer.cpp).
-void Load(const Arguments& info);  // scene_loading.cpp
-void LoadSync(const Arguments& info);
-void LoadAsText(const Arguments& info);
-void LoadAsTextSync(const Arguments& info);
-void LoadFromBuffer(const Arguments& info);
-void LoadFromBufferSync(const Arguments& info);
+// The members, by file. Their order on the prototype is the class's own (kiln_renderer.cpp).
 void Start(const Arguments& info);  // render_control.cpp
 void StartSync(const Arguments& info);
 void Stop(const Arguments& info);
 void WaitForRenderEnd(const Arguments& info);
-void Commit(const Arguments& info);
+void WaitForSequenceEnd(const Arguments& info);
+void BucketRenderNearest(const Arguments& info);
 void GetImage(const Arguments& info);
-void ClearScene(const Arguments& info);
+void RenderSequence(const Arguments& info);              // render_sequence.cpp
+void SetImprovedDefaultSettings(const Arguments& info);  // render_settings.cpp
+void SetInteractiveSampleLevel(const Arguments& info);
+void SetInteractiveNoiseThreshold(const Arguments& info);
+void SetInteractiveTimeout(const Arguments& info);
+void SetProgressiveImageUpdateDifference(const Arguments& info);
+void SetProgressiveImageUpdateTimeout(const Arguments& info);
+void ClearAllPropertyValuesUpToTime(const Arguments& info);
+void ClearPropertyValuesUpToTime(const Arguments& info);
+void DeletePlugins(const Arguments& info);  // plugin_deletion.cpp
+void DeletePluginsSync(const Arguments& info);
+void ExportScene(const Arguments& info);  // scene_export.cpp
+void ExportSceneSync(const Arguments& info);
 extern const std::span<const Accessor> kRendererAccessors;  // renderer_properties.cpp
 void ClearLastError(const Arguments& info);
 void GetBoundingBox(const Arguments& info);

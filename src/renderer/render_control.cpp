@@ -110,8 +110,20 @@ void WaitForRenderEnd(const Arguments& info) {
   WaitOnPool(info, &SdkTable::Kiln_KilnRenderer_waitRenderEnd);
 }
 
-void Commit(const Arguments& info) {
-  info.GetReturnValue().Set(NumberOf(sdk.Kiln_KilnRenderer_commit(RendererOf(info).renderer, 0)));
+void WaitForSequenceEnd(const Arguments& info) {
+  WaitOnPool(info, &SdkTable::Kiln_KilnRenderer_waitSequenceEnd);
+}
+
+void BucketRenderNearest(const Arguments& info) {
+  v8::Local<v8::Context> context = info.GetIsolate()->GetCurrentContext();
+  int32_t x = 0;
+  int32_t y = 0;
+  if (!info[0]->IsNumber() || !info[1]->IsNumber()) {
+    return ThrowError(info.GetIsolate(),
+                      "Argument 0 and argument 1 (x,y coordinates: numbers) should be passed");
+  }
+  if (!info[0]->Int32Value(context).To(&x) || !info[1]->Int32Value(context).To(&y)) return;
+  sdk.Kiln_KilnRenderer_bucketRenderNearest(RendererOf(info).renderer, x, y);
 }
 
 void GetImage(const Arguments& info) {
@@ -131,10 +143,6 @@ void GetImage(const Arguments& info) {
   if (image && wrapImageHandle(EnvironmentOf(info), image, -1, -1, nullptr).ToLocal(&object)) {
     info.GetReturnValue().Set(object);
   }
-}
-
-void ClearScene(const Arguments& info) {
-  info.GetReturnValue().Set(sdk.Kiln_KilnRenderer_clearScene(RendererOf(info).renderer) == 0);
 }
 
 }  // namespace KilnNodeWrapper::KilnRendererNodeWrapper

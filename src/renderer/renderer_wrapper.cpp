@@ -35,6 +35,11 @@ void RendererWrapper::WakePorts() {
   WakePort(contextMenuPort);
   WakePort(lightMixPort);
   WakePort(uploadPort);
+  WakeLoaders();
+}
+
+void RendererWrapper::WakeLoaders() {
+  for (ParkingPlace* loader : loaders_) WakePort(loader);
 }
 
 void RendererWrapper::ClosePorts() {
@@ -82,7 +87,7 @@ void RendererWrapper::Settle() {
 }
 
 void RendererWrapper::Silence() {
-  if (!renderer) return;
+  if (!renderer) return WakeLoaders();
   if (releasing_ == 0) ClearCallbacks(renderer);
   WakePorts();
   // A job may be waiting for the render's end.

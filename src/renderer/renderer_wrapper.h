@@ -1,6 +1,8 @@
 // The native record behind a KilnRenderer, from construction to collection.
 #pragma once
 
+#include <vector>
+
 #include "binding/environment.h"
 #include "binding/event_port.h"
 #include "binding/members.h"
@@ -30,6 +32,10 @@ class RendererWrapper final : public Closable {
   void Settle();
   void CancelRelease() { releasing_--; }
 
+  // Where a loader stands that asks a script's filter: it is let go when the renderer closes.
+  void AddLoader(ParkingPlace* loader) { loaders_.push_back(loader); }
+  void RemoveLoader(ParkingPlace* loader) { std::erase(loaders_, loader); }
+
   void Silence() override;
   // Ends the record too: no weak callback comes after the environment's end.
   void Release() override;
@@ -54,12 +60,14 @@ class RendererWrapper final : public Closable {
   static void OnCollectedLater(const v8::WeakCallbackInfo<RendererWrapper>& info);
   void OpenPorts();
   void WakePorts();
+  void WakeLoaders();
   void ClosePorts();
   void LeaveCounters();
   // The part of an end that comes when no event can start any more.
   void ReleaseHandle();
 
   Environment& environment_;
+  std::vector<ParkingPlace*> loaders_;
   int releasing_ = 0;
   bool second_pass_comes_ = false;
 };

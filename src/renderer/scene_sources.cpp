@@ -19,6 +19,11 @@ const char* OrEmpty(const char* text) {
 
 }  // namespace
 
+void SceneOperands::GiveBack() {
+  for (const KilnSceneBuffer& buffer : buffers) buffer.release(nullptr, 0, buffer.user);
+  buffers.clear();
+}
+
 bool IsText(v8::Local<v8::Value> value) {
   return value->IsString() || value->IsStringObject();
 }
@@ -46,9 +51,43 @@ bool CollectStrings(const Arguments& info, std::vector<std::string>* strings, in
   return true;
 }
 
+bool CollectBuffers(const Arguments& info, std::vector<KilnSceneBuffer>* buffers, int* next) {
+  v8::Local<v8::Context> context = info.GetIsolate()->GetCurrentContext();
+  std::vector<v8::Local<v8::Object>> found;
+  int behind = 1;
+  if (info[0]->IsArray()) {
+    v8::Local<v8::Array> array = info[0].As<v8::Array>();
+    const uint32_t length = array->Length();
+    for (uint32_t i = 0; i < length; i++) {
+      v8::Local<v8::Value> element;
+      if (!array->Get(context, i).ToLocal(&element)) return false;
+      if (!node::Buffer::HasInstance(element)) {
+        found.clear();
+        break;
+      }
+      found.push_back(element.As<v8::Object>());
+    }
+  } else {
+    for (behind = 0; behind < info.Length() && node::Buffer::HasInstance(info[behind]); behind++) {
+      found.push_back(info[behind].As<v8::Object>());
+    }
+  }
+  // Only now: a getter of the array may have moved the memory of a Buffer in front of it.
+  for (v8::Local<v8::Object> buffer : found) buffers->push_back(BorrowBuffer(EnvironmentOf(info), buffer));
+  *next = behind;
+  return true;
+}
+
 KilnSceneBuffer BorrowBuffer(Environment& environment, v8::Local<v8::Object> buffer) {
   return {node::Buffer::Data(buffer), node::Buffer::Length(buffer), ReleaseKeptObject,
           KeepObject(environment, buffer)};
+}
+
+std::vector<const char*> PointersOf(const std::vector<std::string>& texts) {
+  std::vector<const char*> pointers;
+  pointers.reserve(texts.size());
+  for (const std::string& text : texts) pointers.push_back(text.c_str());
+  return pointers;
 }
 
 std::string LoadErrorText(KilnRendererHandle renderer) {

@@ -112,6 +112,13 @@ v8::MaybeLocal<v8::Object> makeCategory(Environment& environment, v8::Local<v8::
   return object;
 }
 
+uint64_t CategoryBit(std::string_view name) {
+  for (uint32_t number = 0; number < kCount; number++) {
+    if (EqualsIgnoringCase(name, kNames[number])) return uint64_t{1} << number;
+  }
+  return 0;
+}
+
 v8::Local<v8::Object> NewCategories(Environment& environment, v8::Local<v8::Object> renderer_object,
                                     uint64_t mask) {
   v8::Isolate* isolate = environment.isolate();
