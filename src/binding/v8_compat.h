@@ -264,6 +264,16 @@ v8::Local<v8::Value> GetPrototype(Object object) {
   }
 }
 
+// The context that an object was made in; it takes the isolate since V8 12.
+template <class Object = v8::Object>
+v8::Local<v8::Context> CreationContext(v8::Isolate* isolate, v8::Local<Object> object) {
+  if constexpr (requires { object->GetCreationContext(isolate); }) {
+    return object->GetCreationContext(isolate).FromMaybe(isolate->GetCurrentContext());
+  } else {
+    return object->GetCreationContext().FromMaybe(isolate->GetCurrentContext());
+  }
+}
+
 // Detach takes a key since V8 11. False when the buffer can't be detached.
 template <class Buffer>
 bool Detach(v8::Local<Buffer> buffer) {

@@ -8,6 +8,7 @@
 #include "binding/text.h"
 #include "elements/element_tables.h"
 #include "image/kiln_image.h"
+#include "renderer/kiln_renderer.h"
 #include "renderer/renderer_wrapper.h"
 #include "scene/plugin_wrappers.h"
 #include "scene/scene_object.h"
@@ -45,7 +46,7 @@ struct Element {
     if (text->IsString()) type = CodeOf(kElementTypes, Text(isolate, text.As<v8::String>()).view());
   }
   // False for an object that the collection did not make, which answers nothing.
-  explicit operator bool() const { return environment.rendererTemplate.Get(isolate)->HasInstance(owner); }
+  explicit operator bool() const { return KilnRendererNodeWrapper::isRenderer(environment, owner); }
   // To be asked for behind all conversions, one of which may close the renderer.
   KilnRendererHandle renderer() const {
     return KilnRendererNodeWrapper::WrapperOf(owner.As<v8::Object>()).renderer;

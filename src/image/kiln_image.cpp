@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "binding/error.h"
+#include "binding/lazy_class.h"
 #include "binding/sdk_memory.h"
 #include "binding/text.h"
 #include "image/image_members.h"
@@ -99,7 +100,7 @@ KilnImageHandle HandleFor(const Arguments& info) {
     ThrowTypeError(isolate, "Undefined value passed as an argument to KilnImage constructor");
     return nullptr;
   }
-  if (EnvironmentOf(info).imageTemplate.Get(isolate)->HasInstance(info[0])) return CloneArgument(info);
+  if (isImage(EnvironmentOf(info), info[0])) return CloneArgument(info);
   return CreateOfSize(info);
 }
 
@@ -160,16 +161,27 @@ constexpr Method kStatics[] = {
     {"createFromBufferSync", CreateFromBufferSync},
 };
 
-}  // namespace
-
-void RegisterKilnImage(v8::Isolate* isolate, v8::Local<v8::External> external,
-                       v8::Local<v8::Object> exports) {
+v8::Local<v8::FunctionTemplate> BuildImage(v8::Isolate* isolate, v8::Local<v8::External> external) {
   v8::Local<v8::FunctionTemplate> image = NewClass(isolate, external, "KilnImage", Construct, 1);
   DefineAccessors(isolate, external, image->InstanceTemplate(), kAccessors);
   DefineMethods(isolate, external, image, kMethods);
   for (const Method& method : kStatics) defineStaticFunction(isolate, external, image, method);
-  Environment::Of(external).imageTemplate.Reset(isolate, image);
-  ExportClass(isolate, exports, "KilnImage", image);
+  return image;
+}
+
+v8::Local<v8::FunctionTemplate> ImageTemplate(Environment& environment) {
+  return KeptTemplate(environment, environment.imageTemplate, BuildImage);
+}
+
+}  // namespace
+
+void RegisterKilnImage(v8::Isolate* isolate, v8::Local<v8::External> external,
+                       v8::Local<v8::Object> exports) {
+  ExportLazily<FunctionOf<ImageTemplate>>(isolate, external, exports, "KilnImage");
+}
+
+bool isImage(Environment& environment, v8::Local<v8::Value> value) {
+  return IsInstance(environment, environment.imageTemplate, value);
 }
 
 v8::MaybeLocal<v8::Object> wrapImageHandle(Environment& environment, KilnImageHandle handle, int32_t x,
@@ -188,7 +200,7 @@ v8::MaybeLocal<v8::Object> wrapImageHandle(Environment& environment, KilnImageHa
   v8::Local<v8::Object> image;
   const bool has_host = !host || NewText(isolate, host).ToLocal(&host_text);
   if (host && has_host) arguments[3] = host_text;
-  if (has_host && environment.imageTemplate.Get(isolate)->GetFunction(context).ToLocal(&constructor) &&
+  if (has_host && ImageTemplate(environment)->GetFunction(context).ToLocal(&constructor) &&
       constructor->NewInstance(context, 4, arguments).ToLocal(&image) &&
       // Where no JavaScript runs in between, V8 gives an outer TryCatch the constructor's exception, and us
       // the unfinished instance.

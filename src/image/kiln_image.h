@@ -8,6 +8,7 @@ namespace KilnNodeWrapper {
 
 void RegisterKilnImage(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object> exports);
 
+bool isImage(Environment& environment, v8::Local<v8::Value> value);
 // The SDK handle of a KilnImage; null when it is closed.
 KilnImageHandle imageHandleOf(v8::Local<v8::Object> image);
 

@@ -199,7 +199,7 @@ void AddColor(const Arguments& info) {
 void Draw(const Arguments& info) {
   v8::Isolate* isolate = info.GetIsolate();
   if (!OpenImageOf(info)) return;
-  if (!EnvironmentOf(info).imageTemplate.Get(isolate)->HasInstance(info[0])) {
+  if (!isImage(EnvironmentOf(info), info[0])) {
     return ThrowTypeError(isolate, "Argument 0 (KilnImage) should be passed");
   }
   v8::Local<v8::Object> other = info[0].As<v8::Object>();

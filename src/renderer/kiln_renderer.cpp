@@ -4,8 +4,10 @@
 
 #include "binding/async_job.h"
 #include "binding/error.h"
+#include "binding/lazy_class.h"
 #include "binding/text.h"
 #include "elements/render_elements.h"
+#include "framebuffer/kvw.h"
 #include "module/module.h"
 #include "module/sdk_library.h"
 #include "renderer/gui_pump.h"
@@ -19,6 +21,12 @@
 
 namespace KilnNodeWrapper::KilnRendererNodeWrapper {
 namespace {
+
+v8::Local<v8::FunctionTemplate> BuildRenderer(v8::Isolate* isolate, v8::Local<v8::External> external);
+
+v8::Local<v8::FunctionTemplate> RendererTemplate(Environment& environment) {
+  return KeptTemplate(environment, environment.rendererTemplate, BuildRenderer);
+}
 
 const char* CreationError(uint64_t code) {
   const char* text =
@@ -51,7 +59,8 @@ bool DefineParts(Environment& environment, v8::Local<v8::Object> self) {
   return DefinePart(isolate, self, "plugins", NewPlugins(environment, self)) &&
          DefinePart(isolate, self, "classes", NewClasses(environment, self)) &&
          DefinePart(isolate, self, "classCategories", NewCategories(environment, self, kAllCategories)) &&
-         DefinePart(isolate, self, "renderElements", NewRenderElements(environment, self));
+         DefinePart(isolate, self, "renderElements", NewRenderElements(environment, self)) &&
+         DefinePart(isolate, self, "kvw", NewKvw(environment, self));
 }
 
 void Construct(const Arguments& info) {
@@ -84,7 +93,7 @@ struct CreateRenderer {
     v8::Local<v8::Function> function;
     v8::Local<v8::Object> instance;
     v8::Local<v8::Value> external = compat::NewExternal(isolate, handle);
-    const bool made = environment.rendererTemplate.Get(isolate)->GetFunction(context).ToLocal(&function) &&
+    const bool made = RendererTemplate(environment)->GetFunction(context).ToLocal(&function) &&
                       function->NewInstance(context, 1, &external).ToLocal(&instance);
     Abandon();
     if (!made) return kNoCall;
@@ -218,15 +227,7 @@ constexpr Method kMethods[] = {
     {"getInstanceHandle", GetInstanceHandle},
 };
 
-}  // namespace
-
-KilnRendererHandle RendererHandleOf(Environment& environment, v8::Local<v8::Value> value) {
-  if (!environment.rendererTemplate.Get(environment.isolate())->HasInstance(value)) return nullptr;
-  return WrapperOf(value.As<v8::Object>()).renderer;
-}
-
-void RegisterKilnRenderer(v8::Isolate* isolate, v8::Local<v8::External> external,
-                          v8::Local<v8::Object> exports) {
+v8::Local<v8::FunctionTemplate> BuildRenderer(v8::Isolate* isolate, v8::Local<v8::External> external) {
   v8::Local<v8::FunctionTemplate> renderer = NewClass(isolate, external, "KilnRenderer", Construct, 1);
   DefineAccessors(isolate, external, renderer->InstanceTemplate(), kRendererAccessors);
   DefineMethods(isolate, external, renderer, kMethods);
@@ -235,8 +236,22 @@ void RegisterKilnRenderer(v8::Isolate* isolate, v8::Local<v8::External> external
     definePrototypeMethodByKey(isolate, external, renderer, v8::Symbol::For(isolate, key), SwitchCallback,
                                kHidden);
   }
-  Environment::Of(external).rendererTemplate.Reset(isolate, renderer);
-  ExportClass(isolate, exports, "KilnRenderer", renderer);
+  return renderer;
+}
+
+}  // namespace
+
+bool isRenderer(Environment& environment, v8::Local<v8::Value> value) {
+  return IsInstance(environment, environment.rendererTemplate, value);
+}
+
+KilnRendererHandle RendererHandleOf(Environment& environment, v8::Local<v8::Value> value) {
+  return isRenderer(environment, value) ? WrapperOf(value.As<v8::Object>()).renderer : nullptr;
+}
+
+void RegisterKilnRenderer(v8::Isolate* isolate, v8::Local<v8::External> external,
+                          v8::Local<v8::Object> exports) {
+  ExportLazily<FunctionOf<RendererTemplate>>(isolate, external, exports, "KilnRenderer");
 }
 
 void CreateKilnRenderer(const Arguments& info) {

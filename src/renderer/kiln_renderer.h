@@ -14,6 +14,7 @@ void RegisterKilnRenderer(v8::Isolate* isolate, v8::Local<v8::External> external
 // createKilnRenderer([options,] callback).
 void CreateKilnRenderer(const Arguments& info);
 
+bool isRenderer(Environment& environment, v8::Local<v8::Value> value);
 // The handle of a KilnRenderer; null for any other value.
 KilnRendererHandle RendererHandleOf(Environment& environment, v8::Local<v8::Value> value);
 

@@ -3,6 +3,7 @@
 #include <iterator>
 #include <string>
 
+#include "binding/lazy_class.h"
 #include "scene/plugin_class.h"
 #include "scene/scene_object.h"
 #include "scene/sdk_strings.h"
@@ -80,18 +81,23 @@ constexpr Method kMethods[] = {
     {"getRenderer", GetRenderer, kHidden},
 };
 
-}  // namespace
-
-void RegisterCategory(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object> exports) {
+v8::Local<v8::FunctionTemplate> BuildCategory(v8::Isolate* isolate, v8::Local<v8::External> external) {
   v8::Local<v8::FunctionTemplate> target =
       NewClass(isolate, external, "Category", nullptr, PhysicalFieldCount(kCategoryFields));
   target->InstanceTemplate()->SetHandler(ReadOnlyNames<GetClass, ListClasses>(external));
   DefineMethods(isolate, external, target, kMethods);
   definePrototypeMethodByKey(isolate, external, target, InspectSymbol(isolate), Inspect, kHidden);
-  v8::Local<v8::Function> function;
-  if (!target->GetFunction(isolate->GetCurrentContext()).ToLocal(&function)) return;
-  Environment::Of(external).categoryFunction.Reset(isolate, function);
-  ExportClass(isolate, exports, "Category", target);
+  return target;
+}
+
+v8::MaybeLocal<v8::Function> CategoryFunction(Environment& environment) {
+  return KeptFunction(environment, environment.categoryFunction, BuildCategory);
+}
+
+}  // namespace
+
+void RegisterCategory(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object> exports) {
+  ExportLazily<CategoryFunction>(isolate, external, exports, "Category");
 }
 
 v8::MaybeLocal<v8::Object> makeCategory(Environment& environment, v8::Local<v8::Object> renderer_object,
@@ -99,10 +105,10 @@ v8::MaybeLocal<v8::Object> makeCategory(Environment& environment, v8::Local<v8::
   v8::Isolate* isolate = environment.isolate();
   if (number >= kCount || !KilnRendererNodeWrapper::WrapperOf(renderer_object).renderer) return {};
   v8::Local<v8::String> name;
+  v8::Local<v8::Function> function;
   v8::Local<v8::Object> object;
-  if (!NewName(isolate, kNames[number]).ToLocal(&name) || !environment.categoryFunction.Get(isolate)
-                                                               ->NewInstance(isolate->GetCurrentContext())
-                                                               .ToLocal(&object)) {
+  if (!NewName(isolate, kNames[number]).ToLocal(&name) || !CategoryFunction(environment).ToLocal(&function) ||
+      !function->NewInstance(isolate->GetCurrentContext()).ToLocal(&object)) {
     return {};
   }
   SetClassTag(object, kCategoryTag);

@@ -1,6 +1,7 @@
 #include "scene/plugin.h"
 
 #include "binding/error.h"
+#include "binding/lazy_class.h"
 #include "scene/plugin_class.h"
 #include "scene/plugin_fields.h"
 #include "scene/plugin_wrappers.h"
@@ -177,21 +178,24 @@ constexpr Method kMethods[] = {
     {"isValid", IsValid, kHidden},
 };
 
-}  // namespace
-
-void RegisterPlugin(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object> exports) {
-  Environment& environment = Environment::Of(external);
+v8::Local<v8::FunctionTemplate> BuildPlugin(v8::Isolate* isolate, v8::Local<v8::External> external) {
   v8::Local<v8::FunctionTemplate> plugin =
       NewClass(isolate, external, "Plugin", nullptr, PhysicalFieldCount(kPluginFields));
   plugin->InstanceTemplate()->SetHandler(PluginProperties(external));
   DefineMethods(isolate, external, plugin, kMethods);
   definePrototypeMethodByKey(isolate, external, plugin, InspectSymbol(isolate), Inspect, kHidden);
-  environment.pluginTemplate.Reset(isolate, plugin);
-  ExportClass(isolate, exports, "Plugin", plugin);
+  return plugin;
+}
 
-  v8::Local<v8::FunctionTemplate> plugin_ref = NewPluginRefClass(isolate, external, plugin);
-  environment.pluginRefTemplate.Reset(isolate, plugin_ref);
-  ExportClass(isolate, exports, "PluginRef", plugin_ref);
+}  // namespace
+
+v8::Local<v8::FunctionTemplate> PluginTemplate(Environment& environment) {
+  return KeptTemplate(environment, environment.pluginTemplate, BuildPlugin);
+}
+
+void RegisterPlugin(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object> exports) {
+  ExportLazily<FunctionOf<PluginTemplate>>(isolate, external, exports, "Plugin");
+  ExportLazily<FunctionOf<PluginRefTemplate>>(isolate, external, exports, "PluginRef");
 }
 
 }  // namespace KilnNodeWrapper

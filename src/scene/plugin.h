@@ -5,12 +5,17 @@
 #include <span>
 #include <string>
 
+#include "binding/environment.h"
 #include "binding/members.h"
 
 namespace KilnNodeWrapper {
 
 // Plugin and PluginRef, in this order.
 void RegisterPlugin(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object> exports);
+
+// The templates of both.
+v8::Local<v8::FunctionTemplate> PluginTemplate(Environment& environment);
+v8::Local<v8::FunctionTemplate> PluginRefTemplate(Environment& environment);
 
 // The members that read and write properties (plugin_properties.cpp).
 void GetPropertyValue(const Arguments& info);
@@ -24,8 +29,6 @@ void GetPropertyKeyframeTimes(const Arguments& info);
 v8::NamedPropertyHandlerConfiguration PluginProperties(v8::Local<v8::External> external);
 
 // PluginRef's own side (plugin_ref.cpp).
-v8::Local<v8::FunctionTemplate> NewPluginRefClass(v8::Isolate* isolate, v8::Local<v8::External> external,
-                                                  v8::Local<v8::FunctionTemplate> plugin);
 // The plugin's name, and behind it, for an output with a name, "::" and that. False when the plugin has no
 // name.
 bool DisplayNameOf(v8::Local<v8::Object> plugin, std::string* name);

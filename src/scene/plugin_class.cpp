@@ -3,6 +3,7 @@
 #include <string>
 
 #include "binding/error.h"
+#include "binding/lazy_class.h"
 #include "scene/category.h"
 #include "scene/plugin_wrappers.h"
 #include "scene/property_meta.h"
@@ -191,20 +192,25 @@ constexpr Method kMethods[] = {
     {"toString", GetName, kHidden},
 };
 
-}  // namespace
-
-void RegisterPluginClass(v8::Isolate* isolate, v8::Local<v8::External> external,
-                         v8::Local<v8::Object> exports) {
+v8::Local<v8::FunctionTemplate> BuildClass(v8::Isolate* isolate, v8::Local<v8::External> external) {
   v8::Local<v8::FunctionTemplate> target =
       NewClass(isolate, external, "Class", nullptr, PhysicalFieldCount(kClassFields));
   target->InstanceTemplate()->SetHandler(ReadOnlyNames<DescribeProperty, ListProperties>(external));
   target->InstanceTemplate()->SetCallAsFunctionHandler(Call, external);
   DefineMethods(isolate, external, target, kMethods);
   definePrototypeMethodByKey(isolate, external, target, InspectSymbol(isolate), Inspect, kHidden);
-  v8::Local<v8::Function> function;
-  if (!target->GetFunction(isolate->GetCurrentContext()).ToLocal(&function)) return;
-  Environment::Of(external).classFunction.Reset(isolate, function);
-  ExportClass(isolate, exports, "Class", target);
+  return target;
+}
+
+v8::MaybeLocal<v8::Function> PluginClassFunction(Environment& environment) {
+  return KeptFunction(environment, environment.classFunction, BuildClass);
+}
+
+}  // namespace
+
+void RegisterPluginClass(v8::Isolate* isolate, v8::Local<v8::External> external,
+                         v8::Local<v8::Object> exports) {
+  ExportLazily<PluginClassFunction>(isolate, external, exports, "Class");
 }
 
 v8::MaybeLocal<v8::Object> getClassObject(Environment& environment, v8::Local<v8::Object> renderer_object,
@@ -218,7 +224,9 @@ v8::MaybeLocal<v8::Object> getClassObject(Environment& environment, v8::Local<v8
   if (!known) return {};
   const std::string& name = *environment.class_names.emplace(known).first;
   // This may run the collector, which erases from the cache; the insertion looks for its place afterwards.
-  if (!environment.classFunction.Get(isolate)->NewInstance(isolate->GetCurrentContext()).ToLocal(&object)) {
+  v8::Local<v8::Function> function;
+  if (!PluginClassFunction(environment).ToLocal(&function) ||
+      !function->NewInstance(isolate->GetCurrentContext()).ToLocal(&object)) {
     return {};
   }
   SetClassTag(object, kClassTag);

@@ -1,4 +1,5 @@
 // PluginRef: a plugin seen through one of its outputs. It does what a Plugin does, on the same plugin.
+#include "binding/lazy_class.h"
 #include "scene/plugin.h"
 #include "scene/plugin_fields.h"
 
@@ -13,6 +14,15 @@ void ToString(const Arguments& info) {
 constexpr Method kMethods[] = {
     {"toString", ToString, kHidden},
 };
+
+v8::Local<v8::FunctionTemplate> BuildPluginRef(v8::Isolate* isolate, v8::Local<v8::External> external) {
+  v8::Local<v8::FunctionTemplate> result =
+      NewClass(isolate, external, "PluginRef", nullptr, PhysicalFieldCount(kPluginFields));
+  result->Inherit(PluginTemplate(Environment::Of(external)));
+  result->InstanceTemplate()->SetHandler(PluginProperties(external));
+  DefineMethods(isolate, external, result, kMethods);
+  return result;
+}
 
 }  // namespace
 
@@ -30,14 +40,8 @@ bool DisplayNameOf(v8::Local<v8::Object> object, std::string* name) {
   return true;
 }
 
-v8::Local<v8::FunctionTemplate> NewPluginRefClass(v8::Isolate* isolate, v8::Local<v8::External> external,
-                                                  v8::Local<v8::FunctionTemplate> plugin) {
-  v8::Local<v8::FunctionTemplate> result =
-      NewClass(isolate, external, "PluginRef", nullptr, PhysicalFieldCount(kPluginFields));
-  result->Inherit(plugin);
-  result->InstanceTemplate()->SetHandler(PluginProperties(external));
-  DefineMethods(isolate, external, result, kMethods);
-  return result;
+v8::Local<v8::FunctionTemplate> PluginRefTemplate(Environment& environment) {
+  return KeptTemplate(environment, environment.pluginRefTemplate, BuildPluginRef);
 }
 
 }  // namespace KilnNodeWrapper

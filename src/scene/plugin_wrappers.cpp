@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "binding/lazy_class.h"
+#include "scene/plugin.h"
 #include "scene/plugin_fields.h"
 
 namespace KilnNodeWrapper {
@@ -13,7 +15,7 @@ v8::MaybeLocal<v8::Object> NewWrapper(Environment& environment, bool is_ref) {
   v8::Global<v8::Object>& pristine = environment.pristine_plugins[is_ref ? 1 : 0];
   if (pristine.IsEmpty()) {
     v8::Local<v8::FunctionTemplate> target =
-        (is_ref ? environment.pluginRefTemplate : environment.pluginTemplate).Get(isolate);
+        is_ref ? PluginRefTemplate(environment) : PluginTemplate(environment);
     v8::Local<v8::Object> first;
     if (!target->InstanceTemplate()->NewInstance(isolate->GetCurrentContext()).ToLocal(&first)) return {};
     SetClassTag(first, kPluginTag);
@@ -62,11 +64,11 @@ v8::MaybeLocal<v8::Object> wrapPluginByName(Environment& environment, v8::Local<
 }
 
 bool isPlugin(Environment& environment, v8::Local<v8::Value> value) {
-  return environment.pluginTemplate.Get(environment.isolate())->HasInstance(value);
+  return IsInstance(environment, environment.pluginTemplate, value);
 }
 
 bool isPluginRef(Environment& environment, v8::Local<v8::Value> value) {
-  return environment.pluginRefTemplate.Get(environment.isolate())->HasInstance(value);
+  return IsInstance(environment, environment.pluginRefTemplate, value);
 }
 
 KilnPluginId pluginIdOf(Environment& environment, v8::Local<v8::Value> value) {

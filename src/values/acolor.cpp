@@ -74,11 +74,17 @@ constexpr Method kMethods[] = {
 
 }  // namespace
 
-void RegisterAColor(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object> exports) {
-  v8::Local<v8::FunctionTemplate> color = DefineValueClass<AColor>(
+template <>
+v8::Local<v8::FunctionTemplate> BuildValueClass<AColor>(v8::Isolate* isolate,
+                                                        v8::Local<v8::External> external) {
+  return NewValueClass(
       isolate, external,
-      {"AColor", Construct, kAccessors, IndexedBy<GetByIndex<AColor>>(external), ToText, kMethods});
-  ExportValueClass<AColor>(isolate, exports, "AColor", color);
+      {"AColor", Construct, kAccessors, IndexedBy<GetByIndex<AColor>>(external), ToText, kMethods},
+      ValueClass<AColor>::kFields);
+}
+
+void RegisterAColor(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object> exports) {
+  ExportValueClass<AColor>(isolate, external, exports, "AColor");
 }
 
 }  // namespace KilnNodeWrapper::KilnValuesNodeWrapper

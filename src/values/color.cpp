@@ -144,10 +144,13 @@ constexpr struct {
 
 }  // namespace
 
-void RegisterColor(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object> exports) {
-  v8::Local<v8::FunctionTemplate> color = DefineValueClass<Color>(
+template <>
+v8::Local<v8::FunctionTemplate> BuildValueClass<Color>(v8::Isolate* isolate,
+                                                       v8::Local<v8::External> external) {
+  v8::Local<v8::FunctionTemplate> color = NewValueClass(
       isolate, external,
-      {"Color", Construct, kAccessors, IndexedBy<GetByIndex<Color>>(external), ToText, kMethods});
+      {"Color", Construct, kAccessors, IndexedBy<GetByIndex<Color>>(external), ToText, kMethods},
+      ValueClass<Color>::kFields);
   for (const auto& row : kSpaces) {
     v8::Local<v8::String> name;
     if (NewName(isolate, row.name).ToLocal(&name))
@@ -155,7 +158,11 @@ void RegisterColor(v8::Isolate* isolate, v8::Local<v8::External> external, v8::L
   }
   defineStaticFunction(isolate, external, color, {"fromTemperature", FromTemperature});
   defineStaticFunction(isolate, external, color, {"getRGBToRGBMatrix", GetRGBToRGBMatrix});
-  ExportValueClass<Color>(isolate, exports, "Color", color);
+  return color;
+}
+
+void RegisterColor(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object> exports) {
+  ExportValueClass<Color>(isolate, external, exports, "Color");
 }
 
 }  // namespace KilnNodeWrapper::KilnValuesNodeWrapper

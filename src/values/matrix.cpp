@@ -219,12 +219,19 @@ bool ReadTriple(v8::Local<v8::Context> context, v8::Local<v8::Value> value, bool
   return true;
 }
 
-void RegisterMatrix(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object> exports) {
-  v8::Local<v8::FunctionTemplate> matrix = DefineValueClass<Matrix>(
+template <>
+v8::Local<v8::FunctionTemplate> BuildValueClass<Matrix>(v8::Isolate* isolate,
+                                                        v8::Local<v8::External> external) {
+  v8::Local<v8::FunctionTemplate> matrix = NewValueClass(
       isolate, external,
-      {"Matrix", Construct, kAccessors, IndexedBy<GetColumnByIndex>(external), ToText, kMethods, kReadOnly});
+      {"Matrix", Construct, kAccessors, IndexedBy<GetColumnByIndex>(external), ToText, kMethods, kReadOnly},
+      ValueClass<Matrix>::kFields);
   for (const Method& method : kStatics) defineStaticFunction(isolate, external, matrix, method);
-  ExportValueClass<Matrix>(isolate, exports, "Matrix", matrix);
+  return matrix;
+}
+
+void RegisterMatrix(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object> exports) {
+  ExportValueClass<Matrix>(isolate, external, exports, "Matrix");
 }
 
 }  // namespace KilnNodeWrapper::KilnValuesNodeWrapper

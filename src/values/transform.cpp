@@ -157,12 +157,18 @@ constexpr Method kMethods[] = {
 
 }  // namespace
 
+template <>
+v8::Local<v8::FunctionTemplate> BuildValueClass<Transform>(v8::Isolate* isolate,
+                                                           v8::Local<v8::External> external) {
+  return NewValueClass(
+      isolate, external,
+      {"Transform", Construct, kAccessors, IndexedBy<GetPartByIndex>(external), ToText, kMethods},
+      ValueClass<Transform>::kFields);
+}
+
 void RegisterTransform(v8::Isolate* isolate, v8::Local<v8::External> external,
                        v8::Local<v8::Object> exports) {
-  v8::Local<v8::FunctionTemplate> transform = DefineValueClass<Transform>(
-      isolate, external,
-      {"Transform", Construct, kAccessors, IndexedBy<GetPartByIndex>(external), ToText, kMethods});
-  ExportValueClass<Transform>(isolate, exports, "Transform", transform);
+  ExportValueClass<Transform>(isolate, external, exports, "Transform");
 }
 
 }  // namespace KilnNodeWrapper::KilnValuesNodeWrapper

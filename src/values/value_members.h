@@ -113,24 +113,9 @@ v8::Local<v8::FunctionTemplate> NewValueClass(v8::Isolate* isolate, v8::Local<v8
                                               const ValueFace& face, int fields);
 
 template <class T>
-v8::Local<v8::FunctionTemplate> DefineValueClass(v8::Isolate* isolate, v8::Local<v8::External> external,
-                                                 const ValueFace& face) {
-  v8::Local<v8::FunctionTemplate> result = NewValueClass(isolate, external, face, ValueClass<T>::kFields);
-  (Environment::Of(external).*ValueClass<T>::kTemplate).Reset(isolate, result);
-  return result;
-}
-
-// Comes when the template is complete, since it makes the first instance.
-template <class T>
-void ExportValueClass(v8::Isolate* isolate, v8::Local<v8::Object> exports, const char* name,
-                      v8::Local<v8::FunctionTemplate> target) {
-  v8::Local<v8::Object> probe;
-  if (!raw_value_fields &&
-      target->InstanceTemplate()->NewInstance(isolate->GetCurrentContext()).ToLocal(&probe)) {
-    SetClassTag(probe, ValueClass<T>::kTag);
-    raw_value_fields = RawFieldsWork(probe, ValueClass<T>::kTag, ValueClass<T>::kObjects);
-  }
-  ExportClass(isolate, exports, name, target);
+bool ExportValueClass(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object> exports,
+                      const char* name) {
+  return ExportLazily<FunctionOf<ValueTemplate<T>>>(isolate, external, exports, name);
 }
 
 template <compat::IndexedGetter kGetter>
@@ -144,7 +129,7 @@ v8::IndexedPropertyHandlerConfiguration IndexedBy(v8::Local<v8::External> extern
 template <class T>
 bool IsConstructing(const Arguments& info) {
   if (!info.NewTarget()->IsUndefined()) return true;
-  ConstructAgain(info, (EnvironmentOf(info).*ValueClass<T>::kTemplate).Get(info.GetIsolate()));
+  ConstructAgain(info, ValueTemplate<T>(EnvironmentOf(info)));
   return false;
 }
 

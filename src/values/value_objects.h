@@ -6,17 +6,22 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <bit>
 
 #include "binding/environment.h"
 #include "binding/internal_fields.h"
+#include "binding/lazy_class.h"
 #include "values/value_types.h"
 
 namespace KilnNodeWrapper::KilnValuesNodeWrapper {
 
-// Whether the fields of value objects may be read and written as plain words; found out when the first class
-// is registered, and the same for the whole process.
-inline bool raw_value_fields = false;
+// Whether the fields of value objects may be read and written as plain words, which says the first object of
+// the process that is made here. Until then, and where they may not, V8's functions write the same words.
+inline std::atomic<bool> raw_value_fields = false;
+inline bool RawValueFields() {
+  return raw_value_fields.load(std::memory_order_relaxed);
+}
 
 // What is particular to a type's class. kObjects internal fields, which hold objects made on demand, stand
 // before the doubles.
@@ -45,24 +50,47 @@ template <>
 struct ValueClass<AColor> : ValueClassOf<AColor, 4, &ModuleContext::acolorTemplate, 0> {};
 inline constexpr int kValueClasses = 5;
 
+// The class's template; each in its class's file.
+template <class T>
+v8::Local<v8::FunctionTemplate> BuildValueClass(v8::Isolate* isolate, v8::Local<v8::External> external);
+template <>
+v8::Local<v8::FunctionTemplate> BuildValueClass<Vector>(v8::Isolate*, v8::Local<v8::External>);
+template <>
+v8::Local<v8::FunctionTemplate> BuildValueClass<Matrix>(v8::Isolate*, v8::Local<v8::External>);
+template <>
+v8::Local<v8::FunctionTemplate> BuildValueClass<Transform>(v8::Isolate*, v8::Local<v8::External>);
+template <>
+v8::Local<v8::FunctionTemplate> BuildValueClass<Color>(v8::Isolate*, v8::Local<v8::External>);
+template <>
+v8::Local<v8::FunctionTemplate> BuildValueClass<AColor>(v8::Isolate*, v8::Local<v8::External>);
+
+// Built with the first use of the class.
+template <class T>
+v8::Local<v8::FunctionTemplate> ValueTemplate(Environment& environment) {
+  return KeptTemplate(environment, environment.*ValueClass<T>::kTemplate, BuildValueClass<T>);
+}
+
 // The components of an object that is known to be an instance.
 template <class T>
 [[gnu::always_inline]] inline T LoadValue(v8::Local<v8::Object> object) {
   return std::bit_cast<T>(
-      GetDoubleFields<ValueClass<T>::kDoubles>(object, ValueClass<T>::kObjects, raw_value_fields));
+      GetDoubleFields<ValueClass<T>::kDoubles>(object, ValueClass<T>::kObjects, RawValueFields()));
 }
 
 // Writes the components into an instance, whose tag stands already.
 template <class T>
 [[gnu::always_inline]] inline void SaveComponents(v8::Local<v8::Object> object, const T& value) {
   SetDoubleFields(object, ValueClass<T>::kObjects,
-                  std::bit_cast<std::array<double, ValueClass<T>::kDoubles>>(value), raw_value_fields);
+                  std::bit_cast<std::array<double, ValueClass<T>::kDoubles>>(value), RawValueFields());
 }
 
 // Writes the tag and the components into an instance whose object fields are empty.
 template <class T>
 void SaveValue(v8::Local<v8::Object> object, const T& value) {
   SetClassTag(object, ValueClass<T>::kTag);
+  if (!RawValueFields() && RawFieldsWork(object, ValueClass<T>::kTag, ValueClass<T>::kObjects)) {
+    raw_value_fields.store(true, std::memory_order_relaxed);
+  }
   SaveComponents(object, value);
 }
 
@@ -87,8 +115,7 @@ v8::MaybeLocal<v8::Object> NewValue(Environment& environment, const T& value) {
   v8::Global<v8::Object>& pristine = environment.pristine_values[ValueClass<T>::kIndex];
   if (pristine.IsEmpty()) {
     v8::Local<v8::Object> first;
-    if (!(environment.*ValueClass<T>::kTemplate)
-             .Get(isolate)
+    if (!ValueTemplate<T>(environment)
              ->InstanceTemplate()
              ->NewInstance(isolate->GetCurrentContext())
              .ToLocal(&first)) {

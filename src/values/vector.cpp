@@ -84,12 +84,19 @@ constexpr Method kMethods[] = {
 
 }  // namespace
 
-void RegisterVector(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object> exports) {
-  v8::Local<v8::FunctionTemplate> vector = DefineValueClass<Vector>(
+template <>
+v8::Local<v8::FunctionTemplate> BuildValueClass<Vector>(v8::Isolate* isolate,
+                                                        v8::Local<v8::External> external) {
+  v8::Local<v8::FunctionTemplate> vector = NewValueClass(
       isolate, external,
-      {"Vector", Construct, kAccessors, IndexedBy<GetByIndex<Vector>>(external), ToText, kMethods});
+      {"Vector", Construct, kAccessors, IndexedBy<GetByIndex<Vector>>(external), ToText, kMethods},
+      ValueClass<Vector>::kFields);
   defineStaticFunction(isolate, external, vector, {"mixed", MixedOf});
-  ExportValueClass<Vector>(isolate, exports, "Vector", vector);
+  return vector;
+}
+
+void RegisterVector(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object> exports) {
+  ExportValueClass<Vector>(isolate, external, exports, "Vector");
 }
 
 }  // namespace KilnNodeWrapper::KilnValuesNodeWrapper

@@ -1,0 +1,49 @@
+// Classes that are built with their first use, by JavaScript or by the add-on: most programs use few of them,
+// and each would cost every load some tenth of a millisecond.
+#pragma once
+
+#include "binding/environment.h"
+#include "binding/members.h"
+#include "binding/text.h"
+
+namespace KilnNodeWrapper {
+
+using ClassBuilder = v8::Local<v8::FunctionTemplate> (*)(v8::Isolate*, v8::Local<v8::External>);
+
+// The class's template, made with the first call and kept.
+v8::Local<v8::FunctionTemplate> KeptTemplate(Environment& environment, v8::Global<v8::FunctionTemplate>& kept,
+                                             ClassBuilder build);
+
+// The same for a class that is kept as the function of the first context.
+v8::MaybeLocal<v8::Function> KeptFunction(Environment& environment, v8::Global<v8::Function>& kept,
+                                          ClassBuilder build);
+
+// Whether the value is an instance of a class, which has none before it is built.
+inline bool IsInstance(Environment& environment, const v8::Global<v8::FunctionTemplate>& kept,
+                       v8::Local<v8::Value> value) {
+  return !kept.IsEmpty() && kept.Get(environment.isolate())->HasInstance(value);
+}
+
+// A class's function in the current context.
+using FunctionMaker = v8::MaybeLocal<v8::Function> (*)(Environment&);
+template <v8::Local<v8::FunctionTemplate> (*kTemplate)(Environment&)>
+v8::MaybeLocal<v8::Function> FunctionOf(Environment& environment) {
+  return kTemplate(environment)->GetFunction(environment.isolate()->GetCurrentContext());
+}
+
+// A plain property of the exports, like ExportClass, whose value is made when somebody looks at it.
+template <FunctionMaker kFunction>
+bool ExportLazily(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object> exports,
+                  const char* name) {
+  const Getter get = [](v8::Local<v8::Name>, const GetterInfo& info) {
+    // Whoever looks: the class is one of the exports' own world.
+    const v8::Context::Scope scope(compat::CreationContext(info.GetIsolate(), compat::Holder(info)));
+    v8::Local<v8::Function> function;
+    if (kFunction(EnvironmentOf(info)).ToLocal(&function)) info.GetReturnValue().Set(function);
+  };
+  v8::Local<v8::String> key;
+  return NewName(isolate, name).ToLocal(&key) &&
+         exports->SetLazyDataProperty(isolate->GetCurrentContext(), key, get, external).FromMaybe(false);
+}
+
+}  // namespace KilnNodeWrapper
