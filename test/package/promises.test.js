@@ -8,7 +8,7 @@ const path = require('path');
 const util = require('util');
 const { after, test } = require('node:test');
 const kiln = require('../../lib/index.js');
-const { ROOT, runNode } = require('./program.js');
+const { ROOT } = require('./program.js');
 
 const ROOM = path.join(ROOT, 'examples', 'room.toml');
 const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'kiln-promises-'));
@@ -139,12 +139,3 @@ test('closing by promise any number of times closes once', async () => {
   await first;
   await renderer.promises.close();
 });
-
-for (const [name, picture] of [['render.js', 'room.png'], ['buckets.mjs', 'buckets.png']]) {
-  test(`examples/${name} runs as it stands`, async () => {
-    const output = path.join(folder, picture);
-    const result = await runNode([path.join('examples', name), output], { env: { KILN_RENDER_SAMPLES: '1' } });
-    assert.strictEqual(result.code, 0, result.stderr);
-    assert.ok(fs.statSync(output).size > 1000);
-  });
-}

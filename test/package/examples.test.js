@@ -1,0 +1,60 @@
+// The programs of examples/ run as they stand, at a small size, and write what they say.
+'use strict';
+
+const assert = require('assert');
+const fs = require('fs');
+const os = require('os');
+const path = require('path');
+const { after, test } = require('node:test');
+const { ROOT, runNode } = require('./program.js');
+const kiln = require('../../lib/index.js');
+
+const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'kiln-examples-'));
+after(() => fs.rmSync(folder, { recursive: true }));
+
+const inFolder = (name) => path.join(folder, name);
+
+/** Runs an example with few samples; resolves to what it printed. */
+async function runExample(name, args = []) {
+  const result = await runNode([path.join('examples', name), ...args], { env: { KILN_RENDER_SAMPLES: '1' } });
+  assert.strictEqual(result.code, 0, result.stderr);
+  return result.stdout;
+}
+
+/** The share of a picture's values that are not black, and its size. */
+function lookAt(file) {
+  const image = new kiln.KilnImage(fs.readFileSync(file), 'png');
+  const colors = image.getPixelData().filter((_, index) => index % 4 < 3);
+  const facts = { width: image.width, height: image.height, lit: colors.filter((value) => value > 0).length / colors.length };
+  image.close();
+  return facts;
+}
+
+test('every example is run by a test', () => {
+  const text = fs.readFileSync(__filename, 'utf8');
+  const programs = fs.readdirSync(path.join(ROOT, 'examples')).filter((name) => /\.m?js$/.test(name));
+  assert.ok(programs.length > 2);
+  assert.deepStrictEqual(programs.filter((name) => !text.includes(`'${name}'`)), []);
+});
+
+test('render.js', async () => {
+  await runExample('render.js', [inFolder('room.png')]);
+  assert.ok(lookAt(inFolder('room.png')).lit > 0.5);
+});
+
+test('buckets.mjs', async () => {
+  assert.match(await runExample('buckets.mjs', [inFolder('buckets.png')]), /^\d+ buckets\n$/);
+  assert.ok(lookAt(inFolder('buckets.png')).lit > 0.5);
+});
+
+test('build-scene.js builds, animates, changes, reads back and renders', async () => {
+  const told = await runExample('build-scene.js', [inFolder('scene.png'), '64', '36', '1']);
+  const { width, height, lit } = lookAt(inFolder('scene.png'));
+  assert.deepStrictEqual([width, height], [64, 36]);
+  assert.ok(lit > 0.9, `${lit} of the picture is lit`);
+  assert.match(told, /^floorMaterial \(MaterialPrincipled\)\n {2}baseColor = tiles \(Texture\)$/m);
+  assert.match(told, /^ {2}vertices = VectorList\(Vector\(.*15358 more items\) \(List<Vector>\)$/m);
+  assert.match(told, /^ {2}baseColor = Color\(0\.025, 0\.25, 0\.275\)/m);
+  assert.match(told, /^The knot has key frames at 0, 1, 2\.$/m);
+  assert.match(told, /^Roughness, of every MaterialPrincipled: \w/m);
+});
