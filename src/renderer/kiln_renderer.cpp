@@ -7,7 +7,6 @@
 #include "binding/lazy_class.h"
 #include "binding/text.h"
 #include "elements/render_elements.h"
-#include "framebuffer/kvw.h"
 #include "module/module.h"
 #include "module/sdk_library.h"
 #include "renderer/gui_pump.h"
@@ -59,8 +58,7 @@ bool DefineParts(Environment& environment, v8::Local<v8::Object> self) {
   return DefinePart(isolate, self, "plugins", NewPlugins(environment, self)) &&
          DefinePart(isolate, self, "classes", NewClasses(environment, self)) &&
          DefinePart(isolate, self, "classCategories", NewCategories(environment, self, kAllCategories)) &&
-         DefinePart(isolate, self, "renderElements", NewRenderElements(environment, self)) &&
-         DefinePart(isolate, self, "kvw", NewKvw(environment, self));
+         DefinePart(isolate, self, "renderElements", NewRenderElements(environment, self));
 }
 
 void Construct(const Arguments& info) {
