@@ -6,7 +6,7 @@ const test = require('node:test');
 const assert = require('assert');
 const {Worker} = require('worker_threads');
 const {kiln, recorder, entry, open, collected, ABRUPT} = require('./common');
-const {paths, forceGc, sleep, until, runChild} = require('../helpers');
+const {paths, forceGc, sleep, collect, runChild} = require('../helpers');
 
 const renderer = open();
 const {handle} = recorder.live().handles[0];
@@ -56,7 +56,7 @@ test('the callback gets the image, which is its own, or null', async () => {
       assert.deepStrictEqual(await denoised(), [null]);
     }
   }
-  await until(() => recorder.liveCounts().blocks === 0);
+  await collect(() => recorder.liveCounts().blocks === 0);
 });
 
 test('the callback comes on a later turn, also when the completion comes during the call', async () => {
@@ -97,7 +97,7 @@ test('a refused request calls nobody, and its image is given back', async () => 
     assert.strictEqual(renderer.denoiseNow(() => assert.fail('called'), false), false);
     await sleep(40);
   }
-  await until(() => recorder.liveCounts().blocks === 0);
+  await collect(() => recorder.liveCounts().blocks === 0);
 });
 
 test('a callback that throws is an uncaught exception', async () => {
@@ -143,7 +143,7 @@ test('a worker that ends before the completion, and one that ends behind it', as
     await new Promise((resolve) => worker.once('message', resolve));
     await worker.terminate();
     await sleep(delay + 20);
-    await until(() => recorder.liveCounts().blocks === 0);
+    await collect(() => recorder.liveCounts().blocks === 0);
   }
   recorder.check();
 });

@@ -174,8 +174,7 @@ test('values move between key frames', () => {
   });
 });
 
-const animates = 'useAnimatedValues' in kiln.KilnRenderer.prototype;
-test('a value without a time is one of now while values are animated', { skip: !animates }, () => {
+test('a value without a time is one of now while values are animated', () => {
   withRenderer((renderer) => {
     const lamp = renderer.classes.LightPoint('lamp');
     renderer.useAnimatedValues = true;
