@@ -1,18 +1,14 @@
-// The devices that a renderer may compute on: what they are, and the choice among them.
+#include "renderer/devices.h"
+
 #include <vector>
 
 #include "binding/error.h"
 #include "binding/object_builder.h"
-#include "module/sdk_library.h"
-#include "renderer/kiln_renderer.h"
 #include "renderer/renderer_wrapper.h"
 #include "scene/scene_object.h"
 
 namespace KilnNodeWrapper::KilnRendererNodeWrapper {
 namespace {
-
-using DeviceList = KilnComputeDevice* (*SdkTable::*)(KilnRendererHandle, int32_t*, int32_t);
-using SetDevices = int32_t (*SdkTable::*)(KilnRendererHandle, const int32_t*, int32_t);
 
 constexpr uint32_t kLowPriority = 0x80000000;
 
@@ -82,28 +78,31 @@ bool ReadPair(v8::Local<v8::Context> context, v8::Local<v8::Array> pair, int32_t
   return true;
 }
 
-bool ReadId(v8::Local<v8::Context> context, v8::Local<v8::Array> list, uint32_t index, bool pairs,
+bool ReadId(v8::Local<v8::Context> context, v8::Local<v8::Array> list, uint32_t index, DeviceForm form,
             int32_t* id) {
   v8::Local<v8::Value> element;
   if (!list->Get(context, index).ToLocal(&element)) return false;
-  if (pairs && element->IsArray()) return ReadPair(context, element.As<v8::Array>(), id);
+  if (form == DeviceForm::kIndexOrPair && element->IsArray())
+    return ReadPair(context, element.As<v8::Array>(), id);
   *id = element->Int32Value(context).FromMaybe(0);
   return true;
 }
 
 // False with an exception pending when an element can't be read. One that converts to no number is 0.
-bool ReadIds(v8::Local<v8::Context> context, v8::Local<v8::Array> list, bool pairs,
+bool ReadIds(v8::Local<v8::Context> context, v8::Local<v8::Array> list, DeviceForm form,
              std::vector<int32_t>* ids) {
   const uint32_t length = list->Length();
   for (uint32_t i = 0; i < length; i++) {
     int32_t id = 0;
-    if (!ReadId(context, list, i, pairs, &id)) return false;
+    if (!ReadId(context, list, i, form, &id)) return false;
     ids->push_back(id);
   }
   return true;
 }
 
-void ListDevices(const Arguments& info, DeviceList entry) {
+}  // namespace
+
+void ReturnDevices(const Arguments& info, DeviceListEntry entry) {
   v8::Isolate* isolate = info.GetIsolate();
   v8::Local<v8::Context> context = isolate->GetCurrentContext();
   int32_t count = 0;
@@ -120,7 +119,7 @@ void ListDevices(const Arguments& info, DeviceList entry) {
   info.GetReturnValue().Set(devices);
 }
 
-void ChooseDevices(const Arguments& info, SetDevices entry, bool pairs) {
+void PassDevices(const Arguments& info, DeviceChoiceEntry entry, DeviceForm form) {
   v8::Isolate* isolate = info.GetIsolate();
   if (info.Length() != 1 || !info[0]->IsArray()) {
     return ThrowError(isolate, "Argument 0 must be an array of integer device IDs");
@@ -128,39 +127,12 @@ void ChooseDevices(const Arguments& info, SetDevices entry, bool pairs) {
   std::vector<int32_t> ids;
   // What a conversion throws is told behind the work.
   v8::TryCatch try_catch(isolate);
-  if (ReadIds(isolate->GetCurrentContext(), info[0].As<v8::Array>(), pairs, &ids)) {
+  if (ReadIds(isolate->GetCurrentContext(), info[0].As<v8::Array>(), form, &ids)) {
     const int32_t result =
         (sdk.*entry)(RendererOf(info).renderer, ids.data(), static_cast<int32_t>(ids.size()));
     info.GetReturnValue().Set(result == 0);
   }
   if (try_catch.HasCaught()) try_catch.ReThrow();
-}
-
-}  // namespace
-
-void GetComputeDevicesOptix(const Arguments& info) {
-  ListDevices(info, &SdkTable::Kiln_KilnRenderer_getDeviceListOptix);
-}
-void GetComputeDevicesCUDA(const Arguments& info) {
-  ListDevices(info, &SdkTable::Kiln_KilnRenderer_getDeviceListCUDA);
-}
-void GetComputeDevicesDenoiser(const Arguments& info) {
-  ListDevices(info, &SdkTable::Kiln_KilnRenderer_getDeviceListDenoiser);
-}
-void SetComputeDevicesOptix(const Arguments& info) {
-  ChooseDevices(info, &SdkTable::Kiln_KilnRenderer_setDeviceListOptix, true);
-}
-void SetComputeDevicesCUDA(const Arguments& info) {
-  ChooseDevices(info, &SdkTable::Kiln_KilnRenderer_setDeviceListCUDA, true);
-}
-// The denoiser knows no priorities.
-void SetComputeDevicesDenoiser(const Arguments& info) {
-  ChooseDevices(info, &SdkTable::Kiln_KilnRenderer_setDeviceListDenoiser, false);
-}
-
-void SetComputeDevicesEnvironmentVariable(const Arguments& info) {
-  info.GetReturnValue().Set(
-      sdk.Kiln_KilnRenderer_setGPUDevicesEnvironmentVariable(RendererOf(info).renderer) == 0);
 }
 
 }  // namespace KilnNodeWrapper::KilnRendererNodeWrapper

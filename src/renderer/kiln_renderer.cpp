@@ -10,6 +10,8 @@
 #include "module/module.h"
 #include "module/sdk_library.h"
 #include "renderer/gui_pump.h"
+#include "renderer/cache_files.h"
+#include "renderer/devices.h"
 #include "renderer/renderer_calls.h"
 #include "renderer/renderer_options.h"
 #include "renderer/renderer_wrapper.h"
@@ -139,13 +141,14 @@ using enum Form;
 using enum TrueIs;
 
 constexpr Method kMethods[] = {
+using enum DeviceForm;
     {"clearAllPropertyValuesUpToTime", ClearAllPropertyValuesUpToTime},
     {"clearPropertyValuesUpToTime", ClearPropertyValuesUpToTime},
     {"pause", AskRenderer<&SdkTable::Kiln_KilnRenderer_pauseRT, kNonZero, 1>},
     {"resume", AskRenderer<&SdkTable::Kiln_KilnRenderer_pauseRT, kNonZero, 0>},
     {"getBoundingBox", GetBoundingBox},
     {"getInteractiveStatistics", GetInteractiveStatistics},
-    {"clearLastError", ClearLastError},
+    {"clearLastError", TellRenderer<&SdkTable::Kiln_KilnRenderer_clearLastErrorCode>},
     {"setInteractiveSampleLevel", SetInteractiveSampleLevel},
     {"setInteractiveNoiseThreshold", SetInteractiveNoiseThreshold},
     {"setInteractiveTimeout", SetInteractiveTimeout},
@@ -186,21 +189,22 @@ constexpr Method kMethods[] = {
     {"close", Close},
     {"clearScene", AskRenderer<&SdkTable::Kiln_KilnRenderer_clearScene, kZero>},
     {"setImprovedDefaultSettings", SetImprovedDefaultSettings},
-    {"getComputeDevicesOptix", GetComputeDevicesOptix},
-    {"getComputeDevicesCUDA", GetComputeDevicesCUDA},
-    {"getComputeDevicesDenoiser", GetComputeDevicesDenoiser},
-    {"setComputeDevicesOptix", SetComputeDevicesOptix},
-    {"setComputeDevicesCUDA", SetComputeDevicesCUDA},
-    {"setComputeDevicesDenoiser", SetComputeDevicesDenoiser},
-    {"setComputeDevicesEnvironmentVariable", SetComputeDevicesEnvironmentVariable},
-    {"saveIrradianceMapFile", SaveIrradianceMapFile},
-    {"saveLightCacheFile", SaveLightCacheFile},
-    {"savePhotonMapFile", SavePhotonMapFile},
-    {"saveCausticsFile", SaveCausticsFile},
-    {"saveIrradianceMapFileSync", SaveIrradianceMapFileSync},
-    {"saveLightCacheFileSync", SaveLightCacheFileSync},
-    {"savePhotonMapFileSync", SavePhotonMapFileSync},
-    {"saveCausticsFileSync", SaveCausticsFileSync},
+    {"getComputeDevicesOptix", ListDevices<&SdkTable::Kiln_KilnRenderer_getDeviceListOptix>},
+    {"getComputeDevicesCUDA", ListDevices<&SdkTable::Kiln_KilnRenderer_getDeviceListCUDA>},
+    {"getComputeDevicesDenoiser", ListDevices<&SdkTable::Kiln_KilnRenderer_getDeviceListDenoiser>},
+    {"setComputeDevicesOptix", ChooseDevices<&SdkTable::Kiln_KilnRenderer_setDeviceListOptix, kIndexOrPair>},
+    {"setComputeDevicesCUDA", ChooseDevices<&SdkTable::Kiln_KilnRenderer_setDeviceListCUDA, kIndexOrPair>},
+    {"setComputeDevicesDenoiser", ChooseDevices<&SdkTable::Kiln_KilnRenderer_setDeviceListDenoiser, kIndex>},
+    {"setComputeDevicesEnvironmentVariable",
+     AskRenderer<&SdkTable::Kiln_KilnRenderer_setGPUDevicesEnvironmentVariable, kZero>},
+    {"saveIrradianceMapFile", SaveCacheFile<kIrradianceMap>},
+    {"saveLightCacheFile", SaveCacheFile<kLightCache>},
+    {"savePhotonMapFile", SaveCacheFile<kPhotonMap>},
+    {"saveCausticsFile", SaveCacheFile<kCaustics>},
+    {"saveIrradianceMapFileSync", SaveCacheFileSync<kIrradianceMap>},
+    {"saveLightCacheFileSync", SaveCacheFileSync<kLightCache>},
+    {"savePhotonMapFileSync", SaveCacheFileSync<kPhotonMap>},
+    {"saveCausticsFileSync", SaveCacheFileSync<kCaustics>},
     {"setResumableRendering", SetResumableRendering},
     {"setBitmapCache", SetBitmapCache},
     {"denoiseNow", DenoiseNow},

@@ -40,7 +40,6 @@ void DeletePluginsSync(const Arguments& info);
 void ExportScene(const Arguments& info);  // scene_export.cpp
 void ExportSceneSync(const Arguments& info);
 extern const std::span<const Accessor> kRendererAccessors;  // renderer_properties.cpp
-void ClearLastError(const Arguments& info);
 void GetBoundingBox(const Arguments& info);
 void GetAutoExposureResult(const Arguments& info);
 void PickPlugin(const Arguments& info);  // picking.cpp
@@ -48,22 +47,7 @@ void PickPluginSync(const Arguments& info);
 void PickPlugins(const Arguments& info);
 void PickPluginsSync(const Arguments& info);
 void GetInteractiveStatistics(const Arguments& info);  // statistics.cpp
-void GetComputeDevicesOptix(const Arguments& info);    // devices.cpp
-void GetComputeDevicesCUDA(const Arguments& info);
-void GetComputeDevicesDenoiser(const Arguments& info);
-void SetComputeDevicesOptix(const Arguments& info);
-void SetComputeDevicesCUDA(const Arguments& info);
-void SetComputeDevicesDenoiser(const Arguments& info);
-void SetComputeDevicesEnvironmentVariable(const Arguments& info);
-void SaveIrradianceMapFile(const Arguments& info);  // cache_files.cpp
-void SaveLightCacheFile(const Arguments& info);
-void SavePhotonMapFile(const Arguments& info);
-void SaveCausticsFile(const Arguments& info);
-void SaveIrradianceMapFileSync(const Arguments& info);
-void SaveLightCacheFileSync(const Arguments& info);
-void SavePhotonMapFileSync(const Arguments& info);
-void SaveCausticsFileSync(const Arguments& info);
-void SetResumableRendering(const Arguments& info);  // side_features.cpp
+void SetResumableRendering(const Arguments& info);     // side_features.cpp
 void SetBitmapCache(const Arguments& info);
 void SetIncludePaths(const Arguments& info);
 void SetKilnProfiler(const Arguments& info);

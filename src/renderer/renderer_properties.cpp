@@ -235,10 +235,6 @@ constexpr Accessor kAccessors[] = {
 
 const std::span<const Accessor> kRendererAccessors = kAccessors;
 
-void ClearLastError(const Arguments& info) {
-  sdk.Kiln_KilnRenderer_clearLastErrorCode(RendererOf(info).renderer);
-}
-
 void GetBoundingBox(const Arguments& info) {
   using KilnValuesNodeWrapper::NewValue;
   using KilnValuesNodeWrapper::Vector;
