@@ -2,16 +2,6 @@
 
 namespace KilnNodeWrapper {
 
-v8::Local<v8::FunctionTemplate> KeptTemplate(Environment& environment, v8::Global<v8::FunctionTemplate>& kept,
-                                             ClassBuilder build) {
-  v8::Isolate* isolate = environment.isolate();
-  if (kept.IsEmpty()) {
-    v8::HandleScope scope(isolate);
-    kept.Reset(isolate, build(isolate, environment.external()));
-  }
-  return kept.Get(isolate);
-}
-
 v8::MaybeLocal<v8::Function> KeptFunction(Environment& environment, v8::Global<v8::Function>& kept,
                                           ClassBuilder build) {
   v8::Isolate* isolate = environment.isolate();

@@ -8,11 +8,21 @@
 
 namespace KilnNodeWrapper {
 
-using ClassBuilder = v8::Local<v8::FunctionTemplate> (*)(v8::Isolate*, v8::Local<v8::External>);
+template <class Template>
+using Builder = v8::Local<Template> (*)(v8::Isolate*, v8::Local<v8::External>);
+using ClassBuilder = Builder<v8::FunctionTemplate>;
 
-// The class's template, made with the first call and kept.
-v8::Local<v8::FunctionTemplate> KeptTemplate(Environment& environment, v8::Global<v8::FunctionTemplate>& kept,
-                                             ClassBuilder build);
+// A template, made with the first call and kept.
+template <class Template>
+v8::Local<Template> KeptTemplate(Environment& environment, v8::Global<Template>& kept,
+                                 Builder<Template> build) {
+  v8::Isolate* isolate = environment.isolate();
+  if (kept.IsEmpty()) {
+    v8::HandleScope scope(isolate);
+    kept.Reset(isolate, build(isolate, environment.external()));
+  }
+  return kept.Get(isolate);
+}
 
 // The same for a class that is kept as the function of the first context.
 v8::MaybeLocal<v8::Function> KeptFunction(Environment& environment, v8::Global<v8::Function>& kept,

@@ -2,6 +2,7 @@
 
 #include "binding/error.h"
 #include "binding/internal_fields.h"
+#include "binding/lazy_class.h"
 #include "binding/members.h"
 #include "binding/option_reader.h"
 #include "binding/sdk_memory.h"
@@ -132,7 +133,7 @@ bool ReadAlphaPlugin(const Element& element, const DataKeys& keys, KilnPluginId*
   bool counts = false;
   if (!keys.Read("alphaChannelPlugin", &value, &counts)) return false;
   if (!counts) return true;
-  if (element.environment.renderElementTemplate.Get(element.isolate)->HasInstance(value)) {
+  if (IsInstance(element.environment, element.environment.renderElementTemplate, value)) {
     value = GetObjectField(value.As<v8::Object>(), kPlugin);
   }
   *plugin = pluginIdOf(element.environment, value);
@@ -306,22 +307,22 @@ constexpr Method kMethods[] = {
     {"getMetadata", GetMetadata, kHidden},
 };
 
-}  // namespace
-
-void RegisterRenderElement(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object>) {
+v8::Local<v8::FunctionTemplate> BuildRenderElement(v8::Isolate* isolate, v8::Local<v8::External> external) {
   v8::Local<v8::FunctionTemplate> element = v8::FunctionTemplate::New(isolate);
   element->SetClassName(v8::String::NewFromUtf8Literal(isolate, "RenderElement"));
   element->InstanceTemplate()->SetInternalFieldCount(PhysicalFieldCount(kFieldCount));
   DefineAccessors(isolate, external, element->InstanceTemplate(), kAccessors);
   DefineMethods(isolate, external, element, kMethods);
-  Environment::Of(external).renderElementTemplate.Reset(isolate, element);
+  return element;
 }
+
+}  // namespace
 
 v8::MaybeLocal<v8::Object> makeRenderElement(Environment& environment, v8::Local<v8::Object> renderer_object,
                                              KilnPluginId plugin, const RenderElementInfo& info) {
   v8::Isolate* isolate = environment.isolate();
   v8::Local<v8::Object> element;
-  if (!environment.renderElementTemplate.Get(isolate)
+  if (!KeptTemplate(environment, environment.renderElementTemplate, BuildRenderElement)
            ->InstanceTemplate()
            ->NewInstance(isolate->GetCurrentContext())
            .ToLocal(&element)) {

@@ -6,10 +6,6 @@
 
 namespace KilnNodeWrapper {
 
-// The template alone: nothing is exported, and only the collection makes elements.
-void RegisterRenderElement(v8::Isolate* isolate, v8::Local<v8::External> external,
-                           v8::Local<v8::Object> exports);
-
 // The element of a plugin; empty when it can't be made.
 v8::MaybeLocal<v8::Object> makeRenderElement(Environment& environment, v8::Local<v8::Object> renderer_object,
                                              KilnPluginId plugin, const RenderElementInfo& info);

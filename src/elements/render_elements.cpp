@@ -5,6 +5,7 @@
 
 #include "binding/error.h"
 #include "binding/internal_fields.h"
+#include "binding/lazy_class.h"
 #include "binding/members.h"
 #include "binding/text.h"
 #include "elements/element_tables.h"
@@ -162,9 +163,7 @@ constexpr Method kMethods[] = {
     {"getAvailableTypes", ListTexts<kElementTypes>},
 };
 
-}  // namespace
-
-void RegisterRenderElements(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object>) {
+v8::Local<v8::ObjectTemplate> BuildRenderElements(v8::Isolate* isolate, v8::Local<v8::External> external) {
   v8::Local<v8::ObjectTemplate> elements = v8::ObjectTemplate::New(isolate);
   elements->SetInternalFieldCount(PhysicalFieldCount(kFields));
   for (const Method& method : kMethods) {
@@ -174,14 +173,16 @@ void RegisterRenderElements(v8::Isolate* isolate, v8::Local<v8::External> extern
     function->SetClassName(name);
     elements->Set(name, function, method.attributes);
   }
-  Environment::Of(external).renderElementsTemplate.Reset(isolate, elements);
+  return elements;
 }
+
+}  // namespace
 
 v8::MaybeLocal<v8::Object> NewRenderElements(Environment& environment,
                                              v8::Local<v8::Object> renderer_object) {
   v8::Isolate* isolate = environment.isolate();
   v8::Local<v8::Object> elements;
-  if (!environment.renderElementsTemplate.Get(isolate)
+  if (!KeptTemplate(environment, environment.renderElementsTemplate, BuildRenderElements)
            ->NewInstance(isolate->GetCurrentContext())
            .ToLocal(&elements)) {
     return {};

@@ -5,10 +5,6 @@
 
 namespace KilnNodeWrapper {
 
-// The template alone: nothing is exported.
-void RegisterRenderElements(v8::Isolate* isolate, v8::Local<v8::External> external,
-                            v8::Local<v8::Object> exports);
-
 // renderer.renderElements; empty when it can't be made.
 v8::MaybeLocal<v8::Object> NewRenderElements(Environment& environment, v8::Local<v8::Object> renderer_object);
 

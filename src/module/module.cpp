@@ -7,16 +7,12 @@
 #include "binding/environment.h"
 #include "binding/event_port.h"
 #include "binding/text.h"
-#include "elements/render_element.h"
-#include "elements/render_elements.h"
 #include "image/kiln_image.h"
 #include "module/sdk_library.h"
 #include "renderer/kiln_renderer.h"
 #include "scene/category.h"
-#include "scene/classes.h"
 #include "scene/plugin.h"
 #include "scene/plugin_class.h"
-#include "scene/plugins.h"
 #include "utilities/bin_user_attributes_writer.h"
 #include "utilities/host_check.h"
 #include "utilities/osl_parameters.h"
@@ -118,12 +114,8 @@ constexpr void (*kClasses[])(v8::Isolate*, v8::Local<v8::External>, v8::Local<v8
     RegisterKilnRenderer,
     RegisterKilnImage,
     RegisterPlugin,
-    RegisterPlugins,
     RegisterPluginClass,
-    RegisterClasses,
     RegisterCategory,
-    RegisterRenderElements,
-    RegisterRenderElement,
     RegisterUtil,
     RegisterLanguage,
     RegisterMatrix,

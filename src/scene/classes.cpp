@@ -1,6 +1,7 @@
 #include "scene/classes.h"
 
 #include "binding/error.h"
+#include "binding/lazy_class.h"
 #include "scene/plugin_class.h"
 #include "scene/scene_object.h"
 #include "scene/sdk_strings.h"
@@ -72,20 +73,20 @@ void Values(const Arguments& info) {
   info.GetReturnValue().Set(iterator);
 }
 
-}  // namespace
-
-void RegisterClasses(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object>) {
+v8::Local<v8::ObjectTemplate> BuildClasses(v8::Isolate* isolate, v8::Local<v8::External> external) {
   v8::Local<v8::ObjectTemplate> classes = v8::ObjectTemplate::New(isolate);
   classes->SetInternalFieldCount(PhysicalFieldCount(kClassesFields));
   classes->SetHandler(ReadOnlyNames<GetByName, ListNames>(external));
   defineTemplateAccessor(isolate, external, classes, {"length", GetLength, nullptr, kHidden});
-  Environment::Of(external).classesTemplate.Reset(isolate, classes);
+  return classes;
 }
+
+}  // namespace
 
 v8::MaybeLocal<v8::Object> NewClasses(Environment& environment, v8::Local<v8::Object> renderer_object) {
   v8::Isolate* isolate = environment.isolate();
   v8::Local<v8::Object> classes;
-  if (!environment.classesTemplate.Get(isolate)
+  if (!KeptTemplate(environment, environment.classesTemplate, BuildClasses)
            ->NewInstance(isolate->GetCurrentContext())
            .ToLocal(&classes)) {
     return {};

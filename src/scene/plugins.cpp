@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "binding/error.h"
+#include "binding/lazy_class.h"
 #include "scene/plugin_wrappers.h"
 #include "scene/scene_object.h"
 #include "scene/snapshot_iterator.h"
@@ -183,11 +184,25 @@ void Values(const Arguments& info) {
   info.GetReturnValue().Set(iterator);
 }
 
+v8::Local<v8::ObjectTemplate> BuildPlugins(v8::Isolate* isolate, v8::Local<v8::External> external) {
+  v8::Local<v8::ObjectTemplate> plugins = v8::ObjectTemplate::New(isolate);
+  plugins->SetInternalFieldCount(PhysicalFieldCount(kPluginsFields));
+  plugins->SetHandler(v8::NamedPropertyHandlerConfiguration(
+      compat::OnNamedGet<GetByName>, compat::OnNamedSet<AssignByName>, nullptr,
+      compat::OnNamedDelete<DeleteByName>, compat::OnNamedEnumerate<ListNames>, external,
+      v8::PropertyHandlerFlags::kOnlyInterceptStrings));
+  plugins->SetCallAsFunctionHandler(CallForClass, external);
+  defineTemplateAccessor(isolate, external, plugins, {"length", GetLength, nullptr, kHidden});
+  return plugins;
+}
+
 v8::MaybeLocal<v8::Object> NewView(Environment& environment, v8::Local<v8::Object> renderer_object,
                                    v8::Local<v8::Value> filter) {
   v8::Isolate* isolate = environment.isolate();
   v8::Local<v8::Object> view;
-  if (!environment.pluginsTemplate.Get(isolate)->NewInstance(isolate->GetCurrentContext()).ToLocal(&view)) {
+  if (!KeptTemplate(environment, environment.pluginsTemplate, BuildPlugins)
+           ->NewInstance(isolate->GetCurrentContext())
+           .ToLocal(&view)) {
     return {};
   }
   SetClassTag(view, kPluginsTag);
@@ -198,18 +213,6 @@ v8::MaybeLocal<v8::Object> NewView(Environment& environment, v8::Local<v8::Objec
 }
 
 }  // namespace
-
-void RegisterPlugins(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object>) {
-  v8::Local<v8::ObjectTemplate> plugins = v8::ObjectTemplate::New(isolate);
-  plugins->SetInternalFieldCount(PhysicalFieldCount(kPluginsFields));
-  plugins->SetHandler(v8::NamedPropertyHandlerConfiguration(
-      compat::OnNamedGet<GetByName>, compat::OnNamedSet<AssignByName>, nullptr,
-      compat::OnNamedDelete<DeleteByName>, compat::OnNamedEnumerate<ListNames>, external,
-      v8::PropertyHandlerFlags::kOnlyInterceptStrings));
-  plugins->SetCallAsFunctionHandler(CallForClass, external);
-  defineTemplateAccessor(isolate, external, plugins, {"length", GetLength, nullptr, kHidden});
-  Environment::Of(external).pluginsTemplate.Reset(isolate, plugins);
-}
 
 v8::MaybeLocal<v8::Object> NewPlugins(Environment& environment, v8::Local<v8::Object> renderer_object) {
   return NewView(environment, renderer_object, v8::Undefined(environment.isolate()));

@@ -6,9 +6,6 @@
 
 namespace KilnNodeWrapper {
 
-// The template alone: nothing is exported.
-void RegisterPlugins(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object> exports);
-
 // renderer.plugins; empty when it can't be made.
 v8::MaybeLocal<v8::Object> NewPlugins(Environment& environment, v8::Local<v8::Object> renderer_object);
 

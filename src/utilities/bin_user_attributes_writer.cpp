@@ -1,6 +1,7 @@
 #include "utilities/bin_user_attributes_writer.h"
 
 #include "binding/error.h"
+#include "binding/lazy_class.h"
 #include "binding/object_wrap.h"
 #include "binding/text.h"
 #include "utilities/user_attributes_stream.h"
@@ -84,16 +85,23 @@ constexpr Method kMethods[] = {
     {"toString", ToString},
 };
 
-}  // namespace
-
-void RegisterBinUserAttributesWriter(v8::Isolate* isolate, v8::Local<v8::External> external,
-                                     v8::Local<v8::Object> exports) {
+v8::Local<v8::FunctionTemplate> BuildWriter(v8::Isolate* isolate, v8::Local<v8::External> external) {
   v8::Local<v8::FunctionTemplate> writer =
       NewClass(isolate, external, "BinUserAttributesWriter", Construct, 1);
   DefineMethods(isolate, external, writer, kMethods);
   definePrototypeMethodByKey(isolate, external, writer, InspectSymbol(isolate), ToString, kHidden);
-  Environment::Of(external).binUserAttributesWriterTemplate.Reset(isolate, writer);
-  ExportClass(isolate, exports, "BinUserAttributesWriter", writer);
+  return writer;
+}
+
+v8::Local<v8::FunctionTemplate> WriterTemplate(Environment& environment) {
+  return KeptTemplate(environment, environment.binUserAttributesWriterTemplate, BuildWriter);
+}
+
+}  // namespace
+
+void RegisterBinUserAttributesWriter(v8::Isolate* isolate, v8::Local<v8::External> external,
+                                     v8::Local<v8::Object> exports) {
+  ExportLazily<FunctionOf<WriterTemplate>>(isolate, external, exports, "BinUserAttributesWriter");
 }
 
 }  // namespace KilnNodeWrapper

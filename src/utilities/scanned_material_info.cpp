@@ -3,6 +3,7 @@
 #include <cstddef>
 
 #include "binding/error.h"
+#include "binding/lazy_class.h"
 #include "binding/object_builder.h"
 #include "binding/object_wrap.h"
 #include "binding/text.h"
@@ -147,14 +148,21 @@ constexpr Method kMethods[] = {
     {"getPresetSync", GetPresetSync},
 };
 
+v8::Local<v8::FunctionTemplate> BuildInfo(v8::Isolate* isolate, v8::Local<v8::External> external) {
+  v8::Local<v8::FunctionTemplate> target = NewClass(isolate, external, "ScannedMaterialInfo", Construct, 1);
+  DefineMethods(isolate, external, target, kMethods);
+  return target;
+}
+
+v8::Local<v8::FunctionTemplate> InfoTemplate(Environment& environment) {
+  return KeptTemplate(environment, environment.scannedMaterialInfoTemplate, BuildInfo);
+}
+
 }  // namespace
 
 void RegisterScannedMaterialInfo(v8::Isolate* isolate, v8::Local<v8::External> external,
                                  v8::Local<v8::Object> exports) {
-  v8::Local<v8::FunctionTemplate> target = NewClass(isolate, external, "ScannedMaterialInfo", Construct, 1);
-  DefineMethods(isolate, external, target, kMethods);
-  Environment::Of(external).scannedMaterialInfoTemplate.Reset(isolate, target);
-  ExportClass(isolate, exports, "ScannedMaterialInfo", target);
+  ExportLazily<FunctionOf<InfoTemplate>>(isolate, external, exports, "ScannedMaterialInfo");
 }
 
 }  // namespace KilnNodeWrapper
