@@ -9,9 +9,9 @@
 #include "elements/render_elements.h"
 #include "module/module.h"
 #include "module/sdk_library.h"
-#include "renderer/gui_pump.h"
 #include "renderer/cache_files.h"
 #include "renderer/devices.h"
+#include "renderer/gui_pump.h"
 #include "renderer/renderer_calls.h"
 #include "renderer/renderer_options.h"
 #include "renderer/renderer_wrapper.h"
@@ -139,9 +139,9 @@ using enum Source;
 using enum Filter;
 using enum Form;
 using enum TrueIs;
+using enum DeviceForm;
 
 constexpr Method kMethods[] = {
-using enum DeviceForm;
     {"clearAllPropertyValuesUpToTime", ClearAllPropertyValuesUpToTime},
     {"clearPropertyValuesUpToTime", ClearPropertyValuesUpToTime},
     {"pause", AskRenderer<&SdkTable::Kiln_KilnRenderer_pauseRT, kNonZero, 1>},
