@@ -566,8 +566,7 @@ export interface RendererPromises {
   appendFiltered(fileNames: string | string[], filter: PluginFilter): Promise<void>;
   appendAsTextFiltered(sceneTexts: string | string[], filter: PluginFilter): Promise<void>;
   appendFromBufferFiltered(sceneData: Buffer | Buffer[], filter: PluginFilter): Promise<void>;
-  deletePlugins(...plugins: Array<string | Plugin>): Promise<boolean>;
-  deletePlugins(plugins: Array<string | Plugin>): Promise<boolean>;
+  deletePlugins(...plugins: Array<string | Plugin> | [plugins: Array<string | Plugin>]): Promise<boolean>;
   export(filePath: string, settings?: ExportSettings): Promise<void>;
   /** Resolves when the render is prepared and under way. */
   start(): Promise<void>;

@@ -102,6 +102,20 @@ test('the callback stands where the member looks for it', async () => {
   assert.deepStrictEqual(calls, [[1, 2, 'callback', 100], [1, 2, 5, 'callback'], ['callback', false]]);
 });
 
+test('the callback of append stands between the files and the flag', async () => {
+  const { setupPromises } = require('../../lib/promises.js');
+  const calls = [];
+  class Stub {}
+  Stub.prototype.append = function (...args) {
+    calls.push(args.map((arg) => (typeof arg === 'function' ? 'callback' : arg)));
+    args.find((arg) => typeof arg === 'function')(null);
+  };
+  setupPromises({ KilnRenderer: Stub, KilnImage: class { static createFromBuffer() {} }, createKilnRenderer() {} });
+  const stub = new Stub();
+  for (const args of [['a'], ['a', 'b', true], [['a', 'b']], [['a'], true]]) await stub.promises.append(...args);
+  assert.deepStrictEqual(calls, [['a', 'callback'], ['a', 'b', 'callback', true], [['a', 'b'], 'callback'], [['a'], 'callback', true]]);
+});
+
 test('work that did not begin rejects', async () => {
   const { setupPromises } = require('../../lib/promises.js');
   class Stub {}
