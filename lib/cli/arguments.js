@@ -2,6 +2,7 @@
 'use strict';
 
 const path = require('path');
+const { readFrames } = require('./frames.js');
 const { read, readOptions, refuse } = require('./options.js');
 
 /** The formats of --output by extension, with the bits a channel that each can carry; the first is the default. */
@@ -25,9 +26,17 @@ const RENDER = {
     '--threads': { key: 'threads', read: read.wholeFromOneTo(1024) },
     '--bits': { key: 'bits', read: read.wholeFromOneTo(32) },
     '--quality': { key: 'quality', read: read.wholeFromOneTo(100) },
+    '--frames': { key: 'frames', read: readFrames },
+    '--elements': { key: 'elements', read: read.names },
+    '--region': { key: 'region', read: read.region },
   },
-  flags: { '--json': 'json', '--verbose': 'verbose' },
+  flags: { '--denoise': 'denoise', '--opaque': 'opaque', '--json': 'json', '--verbose': 'verbose' },
   short: { '-o': '--output', '-s': '--size', '-v': '--verbose' },
+};
+
+const CONVERT = {
+  flags: { '--json': 'json', '--verbose': 'verbose' },
+  short: { '-v': '--verbose' },
 };
 
 /** The file type and bits of the output, from its extension and --bits. */
@@ -42,7 +51,8 @@ function outputFormat(output, bits) {
 }
 
 /**
- * `kiln render`: {scene, output, type, bits, size?, samples?, timeLimit?, camera?, threads?, quality?, json, verbose?}.
+ * `kiln render`: {scene, output, type, bits, size?, samples?, timeLimit?, camera?, threads?, quality?, frames?,
+ * elements?, region?, denoise?, opaque?, json, verbose?}.
  */
 function readRender(args) {
   const options = readOptions(args, RENDER);
@@ -54,7 +64,21 @@ function readRender(args) {
   if (options.quality !== undefined && !['jpg', 'jpeg'].includes(format.type)) {
     refuse('--quality is for .jpg alone.');
   }
+  if (options.frames && options.timeLimit !== undefined) {
+    refuse('--frames and --time-limit do not go together: name the samples of each frame with --samples.');
+  }
   return { ...options, ...format, scene: options.operands[0], json: Boolean(options.json) };
+}
+
+/** `kiln convert`: {input, output, json, verbose?}. */
+function readConvert(args) {
+  const { operands, ...options } = readOptions(args, CONVERT);
+  if (operands.length !== 2) refuse('Name the scene to read and the scene text to write.');
+  const [input, output] = operands;
+  if (path.extname(output).toLowerCase() !== '.toml') {
+    refuse(`The output "${output}" must end in .toml: scenes are written as scene text.`);
+  }
+  return { ...options, input, output, json: Boolean(options.json) };
 }
 
 /** `kiln info`: {json}. */
@@ -71,4 +95,4 @@ function readClasses(args) {
   return { name: options.operands[0], json: Boolean(options.json) };
 }
 
-module.exports = { readClasses, readInfo, readRender };
+module.exports = { readClasses, readConvert, readInfo, readRender };

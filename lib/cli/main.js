@@ -1,7 +1,7 @@
 // Chooses the command, and turns whatever goes wrong into one sentence and an exit code.
 'use strict';
 
-const { readClasses, readInfo, readRender } = require('./arguments.js');
+const { readClasses, readConvert, readInfo, readRender } = require('./arguments.js');
 const { CommandFailure, EXIT } = require('./failure.js');
 const { refuse } = require('./options.js');
 const { didYouMean } = require('./nearest.js');
@@ -10,11 +10,13 @@ const { version } = require('../../package.json');
 const HELP = `Renders scenes and models to pictures.
 
   kiln render SCENE -o PICTURE [options]
+  kiln convert SCENE TEXT
   kiln classes [NAME] [--json]
   kiln info [--json]
 
 SCENE     a scene text (.toml), or a model: .gltf, .glb, .obj, .ply, .stl, .fbx and others
 PICTURE   .png, .jpg, .bmp, .tif or .exr
+TEXT      a scene text (.toml) to write
 NAME      a class of plugins, for its properties, or a category; all classes otherwise
 
 Options of render:
@@ -23,6 +25,11 @@ Options of render:
       --samples N        samples a pixel
       --time-limit S     ends the render after so many seconds
       --camera NAME      the camera to look through; the scene's first otherwise
+      --frames 1-100:2   a sequence, here every second frame; numbers replace #### in the name of PICTURE
+      --elements A,B     further channels, a file each: z_depth, normals, reflection and others
+      --denoise          takes the noise out
+      --region X,Y,W,H   renders only this part
+      --opaque           without transparency where nothing is
       --threads N        worker threads; one for each core otherwise
       --bits N           bits a channel: png 8 or 16, tif 8, 16 or 32, exr 32
       --quality N        quality of a .jpg, 1 to 100
@@ -38,6 +45,7 @@ Exit codes: 0 done, 1 the scene, the render or the file failed, 2 wrong argument
 // The modules are loaded when they are needed: help and wrong arguments need no library.
 const COMMANDS = {
   render: (args) => require('./render.js').render(readRender(args)),
+  convert: (args) => require('./convert.js').convert(readConvert(args)),
   classes: (args) => require('./classes.js').classes(readClasses(args)),
   info: (args) => require('./info.js').info(readInfo(args)),
 };

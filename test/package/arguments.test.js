@@ -3,8 +3,9 @@
 
 const assert = require('assert');
 const { test } = require('node:test');
-const { readClasses, readInfo, readRender } = require('../../lib/cli/arguments.js');
+const { readClasses, readConvert, readInfo, readRender } = require('../../lib/cli/arguments.js');
 const { EXIT } = require('../../lib/cli/failure.js');
+const { countFrames, eachFrame, elementFile, frameFile, readFrames } = require('../../lib/cli/frames.js');
 const { Progress, formatSeconds } = require('../../lib/cli/progress.js');
 
 test('all options are read, with a blank or an equals sign', () => {
@@ -44,6 +45,17 @@ const refusals = [
   [['a', '-o', 'c.png', '--threads', '0'], /--threads takes a whole number/],
   [['a', '-o', 'c.png', '--bits', '32'], /--bits 32 does not fit \.png: it can carry 8, 16/],
   [['a', '-o', 'c.png', '--quality', '50'], /--quality is for \.jpg alone/],
+  [['a', '-o', 'c.png', '--frames', 'x'], /--frames takes frames as in 7, 1-100 or 1-100:2,150, not "x"/],
+  [['a', '-o', 'c.png', '--frames', '1-'], /--frames takes frames/],
+  [['a', '-o', 'c.png', '--frames', '9-1'], /--frames: 9-1 ends before it starts/],
+  [['a', '-o', 'c.png', '--frames', '1-9:0'], /--frames takes a step of at least 1, not 0/],
+  [['a', '-o', 'c.png', '--frames', '1-9999999'], /--frames means 9999999 frames: 1000000 are the most/],
+  [['a', '-o', 'c.png', '--frames', '3000000000'], /frames go up to 2147483647/],
+  [['a', '-o', 'c.png', '--frames', '1-2', '--time-limit', '2'], /--frames and --time-limit do not go together/],
+  [['a', '-o', 'c.png', '--region', '1,2,3'], /--region takes left, top, width and height in pixels as in 100,50,320,200/],
+  [['a', '-o', 'c.png', '--region', '1,2,0,4'], /--region takes a whole number from 1/],
+  [['a', '-o', 'c.png', '--region', '-1,2,3,4'], /--region takes left, top/],
+  [['a', '-o', 'c.png', '--elements', 'a,,b'], /--elements takes names with commas between them/],
   [['a', '-o', 'c.png', '--json=yes'], /--json takes no value/],
   [['a', '-o', 'c.png', '--frobnicate'], /There is no option --frobnicate/],
 ];
@@ -56,6 +68,46 @@ for (const [args, message] of refusals) {
     });
   });
 }
+
+test('the options of sequences, elements and regions are read', () => {
+  const { frames, elements, region, denoise, opaque } = readRender([
+    'a', '-o', 'b.png', '--frames', '1-9:4,20', '--elements=z_depth, normals,z_depth', '--region', '10,20, 30,40', '--denoise', '--opaque',
+  ]);
+  assert.deepStrictEqual(frames, [{ start: 1, end: 9, step: 4 }, { start: 20, end: 20, step: 1 }]);
+  assert.deepStrictEqual(elements, ['z_depth', 'normals']);
+  assert.deepStrictEqual(region, { left: 10, top: 20, width: 30, height: 40 });
+  assert.deepStrictEqual([denoise, opaque], [true, true]);
+});
+
+test('frames come in their order, also negative ones', () => {
+  const list = (text) => [...eachFrame(readFrames(text, '--frames'))];
+  assert.deepStrictEqual(list('1-10:3'), [1, 4, 7, 10]);
+  assert.deepStrictEqual(list('1-9:3'), [1, 4, 7]);
+  assert.deepStrictEqual(list('5, 1-2'), [5, 1, 2]);
+  assert.deepStrictEqual(list('-2-1'), [-2, -1, 0, 1]);
+  assert.deepStrictEqual(list('-5--3'), [-5, -4, -3]);
+  assert.strictEqual(countFrames(readFrames('1-100:2,7', '--frames')), 51);
+});
+
+test('the number of a frame stands in the name of its file', () => {
+  assert.strictEqual(frameFile('out/a.png', 7), 'out/a.0007.png');
+  assert.strictEqual(frameFile('out/a.####.png', 7), 'out/a.0007.png');
+  assert.strictEqual(frameFile('a_##.png', 123), 'a_123.png');
+  assert.strictEqual(frameFile('a-%03d.exr', 7), 'a-007.exr');
+  assert.strictEqual(frameFile('a%d.exr', 7), 'a7.exr');
+  assert.strictEqual(frameFile('##/a.png', 7), '##/a.0007.png');
+  assert.strictEqual(frameFile('shot#1.####.png', 7), 'shot#1.0007.png');
+  assert.strictEqual(frameFile('a.####.png', -7), 'a.-0007.png');
+  assert.strictEqual(frameFile('a', 12345), 'a.12345');
+  assert.strictEqual(frameFile(elementFile('out/a.png', 'z_depth'), 1), 'out/a.z_depth.0001.png');
+  assert.strictEqual(frameFile(elementFile('a.####.exr', 'normals'), 1), 'a.0001.normals.exr');
+});
+
+test('convert takes what it reads and a scene text to write', () => {
+  assert.deepStrictEqual(readConvert(['a.glb', 'b.toml', '--json']), { input: 'a.glb', output: 'b.toml', json: true });
+  assert.throws(() => readConvert(['a.glb']), /Name the scene to read and the scene text to write/);
+  assert.throws(() => readConvert(['a.glb', 'b.obj']), /The output "b\.obj" must end in \.toml/);
+});
 
 test('info takes --json and nothing else', () => {
   assert.deepStrictEqual(readInfo(['--json']), { json: true });

@@ -15,6 +15,7 @@ const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'kiln-cli-'));
 after(() => fs.rmSync(folder, { recursive: true }));
 
 const inFolder = (name) => path.join(folder, name);
+fs.mkdirSync(inFolder('folder.png'));
 const fast = ['--size', '32x24', '--samples', '1'];
 
 const SIGNATURES = {
@@ -75,13 +76,73 @@ test('the same picture comes from one thread and from two', async () => {
   assert.ok(fs.readFileSync(inFolder('t1.exr')).equals(fs.readFileSync(inFolder('t2.exr'))));
 });
 
+test('a sequence is a file a frame, numbered', async () => {
+  const result = await runKiln(['render', ROOM, '-o', inFolder('turn_##.png'), '--frames', '1-5:2,9', ...fast]);
+  assert.strictEqual(result.code, 0, result.stderr);
+  assert.match(result.stdout, /^Wrote 4 files, .*turn_01\.png to turn_09\.png, 32 x 24, in \d+ s\n$/);
+  assert.match(result.stderr, /frame 4 of 4/);
+  for (const number of ['01', '03', '05', '09']) assert.ok(fs.existsSync(inFolder(`turn_${number}.png`)), number);
+});
+
+test('a sequence shows what moves', async () => {
+  const scene = inFolder('moving.toml');
+  fs.writeFileSync(scene, fs.readFileSync(ROOM, 'utf8').replace('intensity = 14', 'intensity = { "1" = 0, "2" = 14 }'));
+  const result = await runKiln(['render', scene, '-o', inFolder('moving.png'), '--frames', '1-2', '--json', ...fast]);
+  assert.strictEqual(result.code, 0, result.stderr);
+  const { files } = JSON.parse(result.stdout);
+  assert.deepStrictEqual(files, [inFolder('moving.0001.png'), inFolder('moving.0002.png')]);
+  const [dark, bright] = files.map((file) => fs.statSync(file).size);
+  assert.ok(dark < bright / 2, `${dark} bytes of black, ${bright} of light`);
+});
+
+test('a sequence that is interrupted keeps the frames that are done', async () => {
+  const args = ['render', ROOM, '-o', inFolder('cut.png'), '--frames', '1-40', '--size', '64x64', '--samples', '4'];
+  let interrupted = false;
+  const result = await runKiln(args, {
+    onOutput(text, child) {
+      if (interrupted || !text.includes('frame')) return;
+      interrupted = true;
+      child.kill('SIGINT');
+    },
+  });
+  assert.strictEqual(result.code, 130, result.stderr);
+  const [, count] = /kiln: Interrupted: (\d+) frames were written\.\n$/.exec(result.stderr);
+  assert.ok(Number(count) >= 2);
+  const written = fs.readdirSync(folder).filter((name) => /^cut\.\d+\.png$/.test(name));
+  assert.strictEqual(written.length, Number(count));
+});
+
+test('a region alone is rendered', async () => {
+  const args = ['render', ROOM, '-o', inFolder('part.png'), '--region', '8,6,16,12', '--opaque', ...fast];
+  const result = await runKiln(args);
+  assert.strictEqual(result.code, 0, result.stderr);
+  const kiln = require('../../lib/index.js');
+  const image = new kiln.KilnImage(fs.readFileSync(inFolder('part.png')), 'png');
+  assert.deepStrictEqual([image.width, image.height], [32, 24]);
+  const pixels = image.getPixelData();
+  const lit = (x, y) => pixels[(y * 32 + x) * 4] + pixels[(y * 32 + x) * 4 + 1] + pixels[(y * 32 + x) * 4 + 2];
+  let [inside, outside] = [0, 0];
+  for (let y = 0; y < 24; y++) {
+    for (let x = 0; x < 32; x++) {
+      if (x >= 8 && x < 24 && y >= 6 && y < 18) inside += lit(x, y);
+      else outside += lit(x, y);
+    }
+  }
+  assert.ok(inside > 1);
+  assert.strictEqual(outside, 0);
+  assert.strictEqual(pixels[3], 1, '--opaque has no transparency');
+});
+
 const failures = [
   ['a scene that is not there', ['render', 'nowhere.toml', '-o', inFolder('x.png')], 1, /nowhere\.toml does not exist: check its path/],
   ['a folder that is not there', ['render', ROOM, '-o', inFolder('no/x.png')], 1, /no does not exist: create it/],
   ['a folder as the picture', ['render', ROOM, '-o', 'x.gif'], 2, /must end in \.png/],
+  ['a folder as the scene', ['render', ROOM.replace('room.toml', ''), '-o', inFolder('x.png')], 1, /is a folder: name a scene/],
+  ['a folder as the file', ['render', ROOM, '-o', inFolder('folder.png')], 1, /folder\.png is a folder: name a file in it/],
+  ['a region beyond the picture', ['render', ROOM, '-o', inFolder('x.png'), '--size', '32x24', '--region', '20,0,20,10'], 1, /does not lie in the picture, which is 32 x 24/],
   ['a command that is not there', ['draw'], 2, /There is no command "draw"/],
   ['a command that is almost right', ['redner'], 2, /There is no command "redner": did you mean render\?/],
-  ['no command', [], 2, /Name a command: render, classes/],
+  ['no command', [], 2, /Name a command: render, convert, classes, info/],
 ];
 for (const [name, args, code, message] of failures) {
   test(`fails with one sentence: ${name}`, async () => {

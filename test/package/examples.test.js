@@ -58,3 +58,18 @@ test('build-scene.js builds, animates, changes, reads back and renders', async (
   assert.match(told, /^The knot has key frames at 0, 1, 2\.$/m);
   assert.match(told, /^Roughness, of every MaterialPrincipled: \w/m);
 });
+
+test('sequence.js turns the block over the frames', async () => {
+  const told = await runExample('sequence.js', [folder, '3', '48', '48']);
+  assert.match(told, /turn\.0001\.png, idleFrameDone\n.*turn\.0002\.png, idleFrameDone\n.*turn\.0003\.png, idleDone\n$/);
+  const frames = [1, 2, 3].map((frame) => fs.readFileSync(inFolder(`turn.000${frame}.png`)));
+  assert.ok(!frames[0].equals(frames[1]), 'the block has moved');
+  assert.ok(lookAt(inFolder('turn.0003.png')).lit > 0.5);
+});
+
+test('interactive.js gets a picture for every edit', async () => {
+  const told = await runExample('interactive.js', [inFolder('session.png'), '48', '48']);
+  assert.strictEqual((told.match(/the picture came after \d+ ms/g) || []).length, 3);
+  assert.match(told, /^The render pauses\.$/m);
+  assert.ok(lookAt(inFolder('session.png')).lit > 0.5);
+});

@@ -1,0 +1,61 @@
+// An interactive session: the picture gets better and better, and every edit is in the next one.
+// Run it with: node examples/interactive.js [picture] [width] [height]
+'use strict';
+
+const path = require('path');
+const { once } = require('events');
+const kiln = require('..');
+const { Vector } = kiln;
+
+/** Resolves with the first picture that has the changes up to now. */
+async function nextPicture(renderer) {
+  const change = renderer.commit();
+  for (;;) {
+    const [image, index, samples] = await once(renderer, 'progressiveImageUpdated');
+    if (index >= change) return { image, samples };
+    image.close();
+  }
+}
+
+/** Resolves when the renderer has the state. */
+async function untilState(renderer, wanted) {
+  while (renderer.state !== wanted) await once(renderer, 'stateChanged');
+}
+
+async function main(picture = 'session.png', width = '320', height = '320') {
+  const renderer = await kiln.promises.createKilnRenderer({ enableFrameBuffer: false });
+  await renderer.promises.load(path.join(__dirname, 'room.toml'));
+  renderer.size = { width: Number(width), height: Number(height) };
+  renderer.renderMode = 'interactive';
+  // When the picture is as good as was asked for, the session waits for the next change.
+  renderer.keepInteractiveRunning = true;
+  renderer.progressiveImageUpdatedHasBuffer = true;
+  await renderer.promises.start();
+
+  // While autoCommit is on, as it is from the start, a change reaches the render that runs at once.
+  const { copper, lamp, camera } = renderer.plugins;
+  for (const [roughness, red] of [[0.35, 1], [0.2, 0.7], [0.1, 0.4]]) {
+    const started = Date.now();
+    copper.roughness = roughness;
+    lamp.color = [red, 0.86, 0.68];
+    const { image, samples } = await nextPicture(renderer);
+    console.log(`roughness ${roughness}, red ${red}: the picture came after ${Date.now() - started} ms, ${samples} samples`);
+    image.close();
+  }
+
+  renderer.pause();
+  await untilState(renderer, 'renderingPaused');
+  console.log('The render pauses.');
+  renderer.resume();
+
+  // Without it several changes are taken over together, by commit().
+  renderer.autoCommit = false;
+  const { transform } = camera;
+  for (const step of [1, 2, 3]) camera.transform = transform.replaceOffset(transform.offset.add(new Vector(0.1 * step, 0, 0)));
+  const { image } = await nextPicture(renderer);
+  image.close();
+  await renderer.getImage({ doColorCorrect: true }).promises.save(picture);
+  await renderer.promises.close();
+}
+
+main(...process.argv.slice(2));
