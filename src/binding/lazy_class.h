@@ -1,5 +1,5 @@
-// Classes that are built with their first use, by JavaScript or by the add-on: most programs use few of them,
-// and each would cost every load some tenth of a millisecond.
+// Classes, and other exports, that are built with their first use, by JavaScript or by the add-on: most
+// programs use few of them, and each would cost every load some tenth of a millisecond.
 #pragma once
 
 #include "binding/environment.h"
@@ -34,22 +34,33 @@ inline bool IsInstance(Environment& environment, const v8::Global<v8::FunctionTe
   return !kept.IsEmpty() && kept.Get(environment.isolate())->HasInstance(value);
 }
 
-// A class's function in the current context.
-using FunctionMaker = v8::MaybeLocal<v8::Function> (*)(Environment&);
+// What the exports show, made in the current context: a class's function, for one.
+using Maker = v8::MaybeLocal<v8::Value> (*)(Environment&);
 template <v8::Local<v8::FunctionTemplate> (*kTemplate)(Environment&)>
-v8::MaybeLocal<v8::Function> FunctionOf(Environment& environment) {
-  return kTemplate(environment)->GetFunction(environment.isolate()->GetCurrentContext());
+v8::MaybeLocal<v8::Value> FunctionOf(Environment& environment) {
+  v8::Local<v8::Function> function;
+  if (!kTemplate(environment)->GetFunction(environment.isolate()->GetCurrentContext()).ToLocal(&function)) {
+    return {};
+  }
+  return function;
 }
 
-// A plain property of the exports, like ExportClass, whose value is made when somebody looks at it.
-template <FunctionMaker kFunction>
+template <v8::MaybeLocal<v8::Function> (*kFunction)(Environment&)>
+v8::MaybeLocal<v8::Value> KeptFunctionOf(Environment& environment) {
+  v8::Local<v8::Function> function;
+  if (!kFunction(environment).ToLocal(&function)) return {};
+  return function;
+}
+
+// A plain property of the exports whose value is made when somebody looks at it.
+template <Maker kValue>
 bool ExportLazily(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object> exports,
                   const char* name) {
   const Getter get = [](v8::Local<v8::Name>, const GetterInfo& info) {
     // Whoever looks: the class is one of the exports' own world.
     const v8::Context::Scope scope(compat::CreationContext(info.GetIsolate(), compat::Holder(info)));
-    v8::Local<v8::Function> function;
-    if (kFunction(EnvironmentOf(info)).ToLocal(&function)) info.GetReturnValue().Set(function);
+    v8::Local<v8::Value> value;
+    if (kValue(EnvironmentOf(info)).ToLocal(&value)) info.GetReturnValue().Set(value);
   };
   v8::Local<v8::String> key;
   return NewName(isolate, name).ToLocal(&key) &&

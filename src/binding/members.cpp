@@ -13,6 +13,19 @@ void IgnoreWrite(v8::Local<v8::Name>, v8::Local<v8::Value>, const SetterInfo&) {
 
 }  // namespace
 
+// V8 goes over to a table when a property goes that was not the last to come.
+void MakeDictionary(v8::Isolate* isolate, v8::Local<v8::Object> object) {
+  v8::Local<v8::Context> context = isolate->GetCurrentContext();
+  for (const uint32_t pass : {0, 1}) {
+    for (const char* name : {"first", "second"}) {
+      v8::Local<v8::String> key;
+      if (!NewName(isolate, name).ToLocal(&key)) return;
+      (void)(pass == 0 ? object->CreateDataProperty(context, key, key) : object->Delete(context, key))
+          .FromMaybe(false);
+    }
+  }
+}
+
 bool defineAccessor(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object> target,
                     const Accessor& accessor) {
   v8::Local<v8::String> name;

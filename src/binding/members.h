@@ -36,6 +36,10 @@ struct Accessor {
   v8::PropertyAttribute attributes = kDontDelete;
 };
 
+// Has an empty object keep its properties in a table. One with as many as the exports ends up with that
+// anyway, and until then every new property costs it a shape of its own.
+void MakeDictionary(v8::Isolate* isolate, v8::Local<v8::Object> object);
+
 // Each takes the isolate and the external of the ModuleContext, makes the name an internalized string, and
 // reports false when the string, or what it names, can't be made.
 bool defineAccessor(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object> target,

@@ -129,6 +129,7 @@ constexpr void (*kClasses[])(v8::Isolate*, v8::Local<v8::External>, v8::Local<v8
 
 void FillExports(v8::Isolate* isolate, Environment& environment, v8::Local<v8::Object> exports) {
   v8::Local<v8::External> external = environment.external();
+  MakeDictionary(isolate, exports);
   for (const Method& function : kLibraryFunctions) defineFunction(isolate, external, exports, function);
   for (const Method& function : kModuleFunctions) defineFunction(isolate, external, exports, function);
   for (const Constant& constant : kConstants) {

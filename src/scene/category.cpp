@@ -97,7 +97,7 @@ v8::MaybeLocal<v8::Function> CategoryFunction(Environment& environment) {
 }  // namespace
 
 void RegisterCategory(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object> exports) {
-  ExportLazily<CategoryFunction>(isolate, external, exports, "Category");
+  ExportLazily<KeptFunctionOf<CategoryFunction>>(isolate, external, exports, "Category");
 }
 
 v8::MaybeLocal<v8::Object> makeCategory(Environment& environment, v8::Local<v8::Object> renderer_object,

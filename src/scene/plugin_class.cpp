@@ -210,7 +210,7 @@ v8::MaybeLocal<v8::Function> PluginClassFunction(Environment& environment) {
 
 void RegisterPluginClass(v8::Isolate* isolate, v8::Local<v8::External> external,
                          v8::Local<v8::Object> exports) {
-  ExportLazily<PluginClassFunction>(isolate, external, exports, "Class");
+  ExportLazily<KeptFunctionOf<PluginClassFunction>>(isolate, external, exports, "Class");
 }
 
 v8::MaybeLocal<v8::Object> getClassObject(Environment& environment, v8::Local<v8::Object> renderer_object,

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "binding/error.h"
+#include "binding/lazy_class.h"
 #include "binding/object_builder.h"
 #include "module/module.h"
 #include "scene/plugin_fields.h"
@@ -78,14 +79,18 @@ constexpr Method kFunctions[] = {
     {"getIESPrescribedIntensity", GetIESPrescribedIntensity},
 };
 
+v8::MaybeLocal<v8::Value> NewUtil(Environment& environment) {
+  v8::Isolate* isolate = environment.isolate();
+  v8::Local<v8::Object> util;
+  if (!v8::ObjectTemplate::New(isolate)->NewInstance(isolate->GetCurrentContext()).ToLocal(&util)) return {};
+  for (const Method& function : kFunctions) defineFunction(isolate, environment.external(), util, function);
+  return util;
+}
+
 }  // namespace
 
 void RegisterUtil(v8::Isolate* isolate, v8::Local<v8::External> external, v8::Local<v8::Object> exports) {
-  v8::Local<v8::Context> context = isolate->GetCurrentContext();
-  v8::Local<v8::Object> util;
-  if (!v8::ObjectTemplate::New(isolate)->NewInstance(context).ToLocal(&util)) return;
-  for (const Method& function : kFunctions) defineFunction(isolate, external, util, function);
-  (void)exports->Set(context, v8::String::NewFromUtf8Literal(isolate, "Util"), util).FromMaybe(false);
+  ExportLazily<NewUtil>(isolate, external, exports, "Util");
 }
 
 }  // namespace KilnNodeWrapper
