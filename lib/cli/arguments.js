@@ -56,10 +56,10 @@ function outputFormat(output, bits) {
  */
 function readRender(args) {
   const options = readOptions(args, RENDER);
-  if (options.operands.length !== 1) {
-    refuse(options.operands.length === 0 ? 'Name the scene to render.' : 'Only one scene can be rendered at a time.');
-  }
-  if (options.output === undefined) refuse('Name the picture to write with -o.');
+  const [scene, second] = options.operands;
+  if (scene === undefined) refuse('Name the scene to render.');
+  if (options.output === undefined) refuse(`Name the picture to write with -o${second ? `, as in -o ${second}` : ''}.`);
+  if (second !== undefined) refuse(`Only one scene can be rendered at a time, not "${second}" as well.`);
   const format = outputFormat(options.output, options.bits);
   if (options.quality !== undefined && !['jpg', 'jpeg'].includes(format.type)) {
     refuse('--quality is for .jpg alone.');
@@ -67,7 +67,7 @@ function readRender(args) {
   if (options.frames && options.timeLimit !== undefined) {
     refuse('--frames and --time-limit do not go together: name the samples of each frame with --samples.');
   }
-  return { ...options, ...format, scene: options.operands[0], json: Boolean(options.json) };
+  return { ...options, ...format, scene, json: Boolean(options.json) };
 }
 
 /** `kiln convert`: {input, output, json, verbose?}. */

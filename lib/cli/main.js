@@ -56,7 +56,7 @@ async function run(args) {
     process.stdout.write(`kiln ${version}\n`);
     return EXIT.OK;
   }
-  if (command === '--help' || command === '-h' || command === 'help' || rest.includes('--help')) {
+  if (command === '--help' || command === '-h' || command === 'help' || rest.includes('--help') || rest.includes('-h')) {
     process.stdout.write(HELP);
     return EXIT.OK;
   }

@@ -16,10 +16,13 @@ function checkWritable(file) {
   const folder = path.dirname(file);
   if (!fs.existsSync(folder)) fail(`The folder ${folder} does not exist: create it, or write elsewhere.`);
   if (fs.existsSync(file) && fs.statSync(file).isDirectory()) fail(`${file} is a folder: name a file in it.`);
+  const isThere = fs.existsSync(file);
   try {
-    fs.accessSync(fs.existsSync(file) ? file : folder, fs.constants.W_OK);
+    // Permissions do not tell everything: not of file systems without a file, nor to a superuser.
+    fs.closeSync(fs.openSync(file, 'a'));
+    if (!isThere) fs.unlinkSync(file);
   } catch (error) {
-    fail(`${file} cannot be written: change its permissions, or write elsewhere.`);
+    fail(`${file} cannot be written (${error.code}): change the permissions, or write elsewhere.`);
   }
 }
 
@@ -39,10 +42,10 @@ const framesOf = ({ frames }) => (frames ? [...eachFrame(frames)] : [undefined])
 
 const named = (file, frame) => (frame === undefined ? file : frameFile(file, frame));
 
-/** Checks the scene and the pictures. */
+/** Checks the scene and the picture; of a sequence the first one, as all lie in one folder. */
 function checkFiles(options) {
   checkReadable(options.scene);
-  for (const frame of framesOf(options)) checkWritable(named(options.output, frame));
+  checkWritable(named(options.output, framesOf(options)[0]));
 }
 
 const isColor = ({ binaryFormat }) => ['3_floats', '4_floats'].includes(binaryFormat);
@@ -62,6 +65,11 @@ function filesOf(options, elements, frame) {
     return { file: file.slice(0, file.length - path.extname(file).length) + '.exr', type: 'exr', bits: 32, element };
   });
   return [picture, ...beside];
+}
+
+/** Checks the files of the elements in the same way. */
+function checkElementFiles(options, elements) {
+  for (const { file } of filesOf(options, elements, framesOf(options)[0])) checkWritable(file);
 }
 
 /** All files of the render in their order. */
@@ -94,4 +102,4 @@ async function saveImage(image, layers, { file, type, bits, quality }) {
   }
 }
 
-module.exports = { allFiles, checkFiles, checkReadable, checkWritable, fail, filesOf, saveImage };
+module.exports = { allFiles, checkElementFiles, checkFiles, checkReadable, checkWritable, fail, filesOf, saveImage };

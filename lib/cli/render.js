@@ -6,7 +6,7 @@ const { CommandFailure, EXIT } = require('./failure.js');
 const { countFrames, eachFrame } = require('./frames.js');
 const { loadBoundPackage } = require('./library.js');
 const { didYouMean } = require('./nearest.js');
-const { allFiles, checkFiles, checkWritable, fail, filesOf, saveImage } = require('./outputs.js');
+const { allFiles, checkElementFiles, checkFiles, fail, filesOf, saveImage } = require('./outputs.js');
 const { Progress, formatSeconds } = require('./progress.js');
 
 // The settings of a scene that the command line overrides cross as variables of the SDK: they hold for a scene file
@@ -53,6 +53,14 @@ function checkElements(renderer, elements) {
   }
 }
 
+/** Refuses a camera that the scene has not got, with the names of those that it has. */
+function checkCamera(renderer, name) {
+  const { plugins, classCategories } = renderer;
+  const cameras = Object.keys(classCategories.Render_view).flatMap((className) => Object.keys(plugins(className)));
+  if (cameras.includes(name)) return;
+  fail(`There is no camera "${name}" in the scene: it has ${cameras.length > 0 ? cameras.join(', ') : 'none'}.`);
+}
+
 /** The elements, added to the scene where it has not got them. */
 function addElements(renderer, names) {
   return names.map((name) => {
@@ -68,6 +76,7 @@ async function prepare(renderer, options) {
   } catch (error) {
     fail(`The scene ${options.scene} could not be loaded: ${error.message}`);
   }
+  if (options.camera) checkCamera(renderer, options.camera);
   if (options.size) renderer.size = options.size;
   if (options.region) setRegion(renderer, options.region);
   if (options.threads) renderer.numThreads = options.threads;
@@ -75,7 +84,7 @@ async function prepare(renderer, options) {
   if (options.timeLimit) renderer.renderMode = 'interactive';
   const elements = addElements(renderer, options.elements || []);
   const [denoised] = addElements(renderer, options.denoise ? ['denoised'] : []);
-  for (const file of allFiles(options, elements)) checkWritable(file);
+  checkElementFiles(options, elements);
   return { elements, denoised };
 }
 

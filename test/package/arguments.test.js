@@ -32,7 +32,8 @@ test('the extension chooses the format and its bits', () => {
 const refusals = [
   [[], /Name the scene to render/],
   [['a', 'b', '-o', 'c.png'], /Only one scene/],
-  [['a'], /Name the picture to write with -o/],
+  [['a'], /Name the picture to write with -o\. /],
+  [['a', 'b.png'], /Name the picture to write with -o, as in -o b\.png\./],
   [['a', '-o'], /--output needs a value/],
   [['a', '-o', 'c.gif'], /must end in \.png/],
   [['a', '-o', 'noextension'], /must end in \.png/],

@@ -154,6 +154,12 @@ for (const [name, args, code, message] of failures) {
   });
 }
 
+test('a file that cannot be written is told before the render', { skip: !fs.existsSync('/proc/self') && 'there is no /proc' }, async () => {
+  const result = await runKiln(['render', ROOM, '-o', '/proc/self/x.png']);
+  assert.strictEqual(result.code, 1);
+  assert.match(result.stderr, /^kiln: \/proc\/self\/x\.png cannot be written \(E\w+\): change the permissions, or write elsewhere\.\n$/);
+});
+
 test('a scene with a mistake is refused with file and line', async () => {
   fs.writeFileSync(inFolder('wrong.toml'), '[a]\nclass = "LightPoint"\nbrightness = 3\n');
   const result = await runKiln(['render', inFolder('wrong.toml'), '-o', inFolder('x.png')]);
@@ -173,7 +179,7 @@ test('a scene without a camera says so', async () => {
 test('a camera that is not there says so', async () => {
   const result = await runKiln(['render', ROOM, '-o', inFolder('x.png'), '--camera', 'nobody', ...fast]);
   assert.strictEqual(result.code, 1);
-  assert.match(result.stderr, /nobody|camera/i);
+  assert.match(result.stderr, /^kiln: There is no camera "nobody" in the scene: it has camera\.$/m);
 });
 
 test('no library is an exit code of its own', async () => {
@@ -222,7 +228,7 @@ test('info tells versions and the library', async () => {
 });
 
 test('help and version', async () => {
-  for (const args of [['--help'], ['-h'], ['render', '--help']]) {
+  for (const args of [['--help'], ['-h'], ['render', '--help'], ['render', '-h']]) {
     const help = await runKiln(args);
     assert.strictEqual(help.code, 0);
     assert.match(help.stdout, /kiln render SCENE -o PICTURE/);
