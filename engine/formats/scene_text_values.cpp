@@ -9,6 +9,7 @@
 #include <limits>
 
 #include "engine/formats/base64.h"
+#include "engine/formats/deflate.h"
 #include "engine/formats/scene_text_transform.h"
 
 namespace kiln::engine::formats {
@@ -54,14 +55,34 @@ Value ReadInteger(int64_t number) {
 }
 
 template <class T>
+Value MakeList(std::span<const std::byte> bytes) {
+  std::vector<T> elements(bytes.size() / sizeof(T));
+  if (!elements.empty()) std::memcpy(elements.data(), bytes.data(), bytes.size());
+  return scene::Array<T>(std::move(elements));
+}
+
+template <class T>
 Value DecodeList(std::string_view data, uint32_t line) {
   const std::optional<std::vector<std::byte>> bytes = DecodeBase64(data);
   if (!bytes) throw SceneTextError(line, "the base64 data is malformed");
   if (bytes->size() % sizeof(T) != 0)
     throw SceneTextError(line, "the base64 data is no whole number of elements");
-  std::vector<T> elements(bytes->size() / sizeof(T));
-  if (!elements.empty()) std::memcpy(elements.data(), bytes->data(), bytes->size());
-  return scene::Array<T>(std::move(elements));
+  return MakeList<T>(*bytes);
+}
+
+// "<count>:<base64>"
+template <class T>
+Value InflateList(std::string_view data, uint32_t line) {
+  uint32_t count = 0;
+  const auto [end, error] = std::from_chars(data.data(), data.data() + data.size(), count);
+  const auto digits = static_cast<size_t>(end - data.data());
+  if (error != std::errc() || digits == data.size() || *end != ':')
+    throw SceneTextError(line, "the deflated data does not say how many elements it has");
+  const std::optional<std::vector<std::byte>> deflated = DecodeBase64(data.substr(digits + 1));
+  if (!deflated) throw SceneTextError(line, "the base64 data is malformed");
+  const std::optional<std::vector<std::byte>> bytes = Inflate(*deflated, size_t{count} * sizeof(T));
+  if (!bytes) throw SceneTextError(line, "the deflated data is damaged");
+  return MakeList<T>(*bytes);
 }
 
 Value ReadString(const std::string& text, Type type, uint32_t line, const ReferenceLookup& lookup) {
@@ -72,6 +93,10 @@ Value ReadString(const std::string& text, Type type, uint32_t line, const Refere
       return DecodeList<float>(std::string_view(text).substr(kBase64Floats.size()), line);
     if (text.starts_with(kBase64Ints))
       return DecodeList<int32_t>(std::string_view(text).substr(kBase64Ints.size()), line);
+    if (text.starts_with(kDeflatedFloats))
+      return InflateList<float>(std::string_view(text).substr(kDeflatedFloats.size()), line);
+    if (text.starts_with(kDeflatedInts))
+      return InflateList<int32_t>(std::string_view(text).substr(kDeflatedInts.size()), line);
   }
   throw SceneTextError(line, "a text stands where " + DescribeType(type) + " is expected");
 }

@@ -42,6 +42,8 @@ inline constexpr std::array<std::pair<std::string_view, scene::Type>, 12> kTagge
 }};
 inline constexpr std::string_view kBase64Floats = "base64:f32:";
 inline constexpr std::string_view kBase64Ints = "base64:i32:";
+inline constexpr std::string_view kDeflatedFloats = "deflate:f32:";
+inline constexpr std::string_view kDeflatedInts = "deflate:i32:";
 
 // What a property of the type takes, as the end of a sentence.
 std::string DescribeType(scene::Type type);

@@ -118,7 +118,8 @@ std::optional<std::string> Answer(const Request& request) {
     scene::Scene scene;
     const formats::LoadResult result = ImportModelHere(scene, bytes, request.file, request.extension);
     const std::shared_lock lock(scene.mutex);
-    return formats::EncodeAnswer(result, result.ok() ? formats::WriteText(scene) : std::string());
+    return formats::EncodeAnswer(result,
+                                 result.ok() ? formats::WriteText(formats::SceneCopy(scene)) : std::string());
   } catch (const std::bad_alloc&) {
     return formats::EncodeAnswer(
         {formats::LoadError::kOutOfMemory, {}, 0, "there is not enough memory for the scene"}, {});

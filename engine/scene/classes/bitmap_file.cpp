@@ -22,7 +22,11 @@ PluginClass Describe() {
       .categories = CategoryBit(Category::kBitmap),
       .properties =
           {
-              {"file", Type::kString, "", "The image file, relative to the scene's folder."},
+              {.name = "file",
+               .type = Type::kString,
+               .default_value = "",
+               .description = "The image file, relative to the scene's folder.",
+               .is_file = true},
               {"colorSpace",
                Type::kInt,
                0,

@@ -125,7 +125,11 @@ PluginClass Describe() {
       .categories = CategoryBit(Category::kTexture) | CategoryBit(Category::kTextureFloat),
       .properties =
           {
-              {"file", Type::kString, "", "The image file, relative to the scene's folder."},
+              {.name = "file",
+               .type = Type::kString,
+               .default_value = "",
+               .description = "The image file, relative to the scene's folder.",
+               .is_file = true},
               {"bitmap", Type::kPlugin, PluginRef{},
                "A BitmapFile to show in place of file and bytes; it has a colour space of its own."},
               {"bytes", Type::kIntList, IntArray{},

@@ -69,7 +69,7 @@ LoadResult Read(Scene& scene, std::string_view text) {
 }
 
 std::string Write(const Scene& scene) {
-  return WriteText(scene);
+  return WriteText(SceneCopy(scene));
 }
 
 Value Get(const Scene& scene, std::string_view name, std::string_view property) {
