@@ -86,4 +86,13 @@ void Mesh::ComputeNormals() {
   normals_ = {computed_normals_.data(), arrays_.faces.data()};
 }
 
+size_t Mesh::byte_count() const {
+  const auto bytes = [](const auto&... lists) {
+    return (size_t{0} + ... + (lists.size() * sizeof(*lists.data())));
+  };
+  const MeshArrays& a = arrays_;
+  return bytes(a.vertices, a.faces, a.normals, a.face_normals, a.uv[0], a.uv[1], a.face_uv[0], a.face_uv[1],
+               a.tangents, a.tangent_signs, a.colors, a.color_alphas, positions_, computed_normals_);
+}
+
 }  // namespace kiln::engine::render

@@ -51,6 +51,8 @@ class Mesh {
   const int32_t* indices() const { return arrays_.faces.data(); }
   const Bounds3& bounds() const { return bounds_; }
   bool double_sided() const { return arrays_.double_sided; }
+  // Of all lists, those that it shares with the scene among them.
+  size_t byte_count() const;
 
   const CornerAttribute<Vec3>& normals() const { return normals_; }
   const CornerAttribute<Vec3>& uv(int set) const { return uv_[set]; }

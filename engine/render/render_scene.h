@@ -36,6 +36,12 @@ struct RenderSettings {
   Color background{};
 };
 
+// What a frozen scene takes, in bytes.
+struct MemoryUse {
+  uint64_t meshes = 0, hair = 0, particles = 0;  // their lists
+  uint64_t acceleration = 0;                     // what finds the hits of rays, in the whole process
+};
+
 // Embree's handles, released with their owner.
 struct DeviceDeleter {
   void operator()(RTCDevice device) const { rtcReleaseDevice(device); }
@@ -146,6 +152,7 @@ class RenderScene {
   std::vector<scene::PluginId> light_ids;
   std::vector<std::shared_ptr<const void>> keep_alive;  // materials and textures
   uint64_t change_index = 0;
+  MemoryUse memory;
 
  private:
   void BuildTopLevel(RTCDevice device);

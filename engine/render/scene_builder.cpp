@@ -3,6 +3,8 @@
 
 #include <fmt/format.h>
 
+#include <atomic>
+
 #include "engine/render/bsdf.h"
 #include "engine/render/dome.h"
 #include "engine/render/elements.h"
@@ -10,6 +12,10 @@
 
 namespace kiln::engine::render {
 namespace {
+
+// Of the whole process: a device lives as long as the last scene that was made with it, which may be longer
+// than its builder.
+std::atomic<int64_t> device_bytes{0};
 
 // What an object without a material looks like.
 class DefaultMaterial : public Material {
@@ -63,9 +69,21 @@ ScenePtr BuildMeshScene(RTCDevice device, const Mesh& mesh) {
 
 }  // namespace
 
-SceneBuilder::SceneBuilder()
-    : device_(rtcNewDevice(nullptr)), default_material_(std::make_shared<DefaultMaterial>()) {}
+SceneBuilder::SceneBuilder() : default_material_(std::make_shared<DefaultMaterial>()) {}
 SceneBuilder::~SceneBuilder() = default;
+
+// Made when it is needed: a device takes threads and memory.
+RTCDevice SceneBuilder::Device() {
+  if (device_ == nullptr) {
+    device_.reset(rtcNewDevice(nullptr));
+    const auto count = [](void*, ssize_t more, bool) {
+      device_bytes += more;
+      return true;
+    };
+    rtcSetDeviceMemoryMonitorFunction(device_.get(), count, nullptr);
+  }
+  return device_.get();
+}
 
 void SceneBuilder::Warn(std::string_view text) const {
   if (*log_) (*log_)(1, text);
@@ -175,8 +193,7 @@ void SceneBuilder::Evict(Cache<T>& cache) {
   std::erase_if(cache, [this](const auto& entry) { return entry.second.used_in != build_; });
 }
 
-std::shared_ptr<const RenderScene> SceneBuilder::Build(const scene::Scene& scene, const BuildRequest& request,
-                                                       const Log& log) {
+void SceneBuilder::Begin(const scene::Scene& scene, const BuildRequest& request, const Log& log) {
   request_ = &request;
   log_ = &log;
   ++build_;
@@ -184,6 +201,19 @@ std::shared_ptr<const RenderScene> SceneBuilder::Build(const scene::Scene& scene
   in_progress_.clear();
   recording_.clear();
   snapshot_.Update(scene);
+}
+
+Bounds3 SceneBuilder::GeometryBounds(const scene::Scene& scene, const BuildRequest& request,
+                                     scene::PluginId geometry) {
+  const Log silent;
+  Begin(scene, request, silent);
+  const auto source = Get(sources_, geometry, &scene::Evaluation::geometry);
+  return source != nullptr ? source->mesh().bounds() : Bounds3{};
+}
+
+std::shared_ptr<const RenderScene> SceneBuilder::Build(const scene::Scene& scene, const BuildRequest& request,
+                                                       const Log& log) {
+  Begin(scene, request, log);
 
   auto out = std::make_shared<RenderScene>();
   out->change_index = snapshot_.change_index();
@@ -206,7 +236,8 @@ std::shared_ptr<const RenderScene> SceneBuilder::Build(const scene::Scene& scene
   }
   ForEachCache([this](auto& cache) { Evict(cache); });
   std::erase_if(meshes_, [this](const auto& entry) { return !sources_.contains(entry.first); });
-  out->Finish(device_.get());
+  out->Finish(Device());
+  Measure(out.get());
   return out;
 }
 
@@ -247,7 +278,7 @@ std::shared_ptr<const MeshAccel> SceneBuilder::GetMesh(scene::PluginId id) {
   std::shared_ptr<const MeshAccel>& accel = meshes_[id];
   if (accel == nullptr || accel->source != source) {
     auto built = std::make_shared<MeshAccel>();
-    built->scene = BuildMeshScene(device_.get(), source->mesh());
+    built->scene = BuildMeshScene(Device(), source->mesh());
     built->source = std::move(source);
     accel = std::move(built);
     ++meshes_built_;
@@ -288,6 +319,19 @@ void SceneBuilder::AddObject(const scene::Instance& instance, RenderScene* out) 
     out->motions.push_back(in.MotionOf("transform", object.transform));
   }
   out->objects.push_back(std::move(object));
+}
+
+void SceneBuilder::Measure(RenderScene* out) const {
+  MemoryUse& memory = out->memory;
+  memory.acceleration = static_cast<uint64_t>(std::max<int64_t>(device_bytes, 0));
+  for (const auto& [id, accel] : meshes_) {
+    const Mesh& mesh = accel->source->mesh();
+    const std::string_view type = snapshot_.Find(id)->type->name;
+    uint64_t& kind = type == "GeomMayaHair"         ? memory.hair
+                     : type == "GeomParticleSystem" ? memory.particles
+                                                    : memory.meshes;
+    kind += mesh.byte_count();
+  }
 }
 
 void SceneBuilder::ChooseCamera(RenderScene* out) {

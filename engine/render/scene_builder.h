@@ -49,6 +49,9 @@ class SceneBuilder {
   std::shared_ptr<const RenderScene> Build(const scene::Scene& scene, const BuildRequest& request,
                                            const Log& log);
 
+  // The box of a geometry in its own space at the request's time; empty where there is none.
+  Bounds3 GeometryBounds(const scene::Scene& scene, const BuildRequest& request, scene::PluginId geometry);
+
   // How many meshes the last build built anew.
   int meshes_built() const { return meshes_built_; }
 
@@ -76,10 +79,13 @@ class SceneBuilder {
   template <class Function>
   void ForEachCache(Function function);
 
+  RTCDevice Device();
+  void Begin(const scene::Scene& scene, const BuildRequest& request, const Log& log);
   void ReadSettings(RenderScene* out);
   void AddObject(const scene::Instance& instance, RenderScene* out);
   std::shared_ptr<const MeshAccel> GetMesh(scene::PluginId id);
   void ChooseCamera(RenderScene* out);
+  void Measure(RenderScene* out) const;
   void Warn(std::string_view text) const;
 
   // Records what the object being made depends on.

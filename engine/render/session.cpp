@@ -97,7 +97,7 @@ RenderError Session::Impl::Build(RenderJob* job) {
   if (error != RenderError::kNone) return error;
   control.Count([this](RenderStatistics& s) { s.meshes_built = builder_.meshes_built(); });
   const std::scoped_lock lock(mutex_);
-  view_ = SceneView{job->scene, job->width, job->height, job->area, job->options.crop};
+  view_ = SceneView{job->scene, job->width, job->height, job->area, job->options};
   return error;
 }
 

@@ -97,7 +97,7 @@ struct SceneView {
   std::shared_ptr<const RenderScene> scene;
   int width = 0, height = 0;
   Bucket area;  // the pixels that are rendered
-  std::optional<RegionF> crop{};
+  RenderOptions options{};
 };
 
 // Called by the session's threads, several at once, and with the session locked: an implementation hands the

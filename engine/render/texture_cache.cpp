@@ -1,9 +1,11 @@
 // The cache of decoded images: weak references by what identifies the content.
 #include "engine/render/texture_cache.h"
 
+#include <atomic>
 #include <map>
 #include <mutex>
 #include <tuple>
+#include <vector>
 
 #include "engine/image/codec.h"
 
@@ -17,16 +19,28 @@ using Key = std::tuple<std::string, uint64_t, uint64_t, uint64_t, bool>;
 struct Slot {
   std::mutex mutex;
   std::weak_ptr<const MipMap> map;
+  std::shared_ptr<const MipMap> kept{};  // the same, while images are kept
 };
+
+struct Cache {
+  std::mutex mutex;  // before that of a slot
+  std::map<Key, std::shared_ptr<Slot>> slots;
+  std::atomic<int> keepers{0};
+};
+
+Cache& TheCache() {
+  static Cache cache;
+  return cache;
+}
 
 // The slot outlives its owner in the cache, so a purge never pulls it away from a thread that is decoding.
 std::shared_ptr<Slot> FindSlot(const Key& key) {
-  static std::mutex mutex;
-  static std::map<Key, std::shared_ptr<Slot>> slots;
-  const std::lock_guard lock(mutex);
-  std::erase_if(
-      slots, [](const auto& entry) { return entry.second.use_count() == 1 && entry.second->map.expired(); });
-  std::shared_ptr<Slot>& slot = slots[key];
+  Cache& cache = TheCache();
+  const std::lock_guard lock(cache.mutex);
+  std::erase_if(cache.slots, [](const auto& entry) {
+    return entry.second.use_count() == 1 && entry.second->map.expired();
+  });
+  std::shared_ptr<Slot>& slot = cache.slots[key];
   if (!slot) slot = std::make_shared<Slot>();
   return slot;
 }
@@ -36,12 +50,16 @@ std::shared_ptr<const MipMap> Load(const Key& key, bool srgb, F&& decode) {
   const std::shared_ptr<Slot> slot = FindSlot(key);
   const std::lock_guard lock(slot->mutex);
   std::shared_ptr<const MipMap> map = slot->map.lock();
-  if (map) return map;
+  if (map) {
+    if (TheCache().keepers > 0) slot->kept = map;
+    return map;
+  }
   const std::unique_ptr<image::Image, void (*)(image::Image*)> image(
       decode(), [](image::Image* block) { FreeShared(block); });
   if (!image) return nullptr;
   map = std::make_shared<const MipMap>(*image, srgb);
   slot->map = map;
+  if (TheCache().keepers > 0) slot->kept = map;
   return map;
 }
 
@@ -68,6 +86,33 @@ std::shared_ptr<const MipMap> LoadTexture(const std::filesystem::path& file, boo
 std::shared_ptr<const MipMap> LoadTexture(std::span<const std::byte> bytes, bool srgb, std::string* error) {
   const Key key{{}, bytes.size(), Hash(bytes, 0xcbf29ce484222325u), Hash(bytes, 0x9ae16a3b2f90404fu), srgb};
   return Load(key, srgb, [&] { return image::Decode(bytes, error); });
+}
+
+uint64_t TextureBytes() {
+  Cache& cache = TheCache();
+  const std::lock_guard lock(cache.mutex);
+  uint64_t bytes = 0;
+  for (const auto& [key, slot] : cache.slots) {
+    // One that is being decoded counts from the next time on.
+    const std::unique_lock slot_lock(slot->mutex, std::try_to_lock);
+    const auto map = slot_lock ? slot->map.lock() : nullptr;
+    if (map) bytes += map->byte_count();
+  }
+  return bytes;
+}
+
+void KeepTextures(bool keep) {
+  Cache& cache = TheCache();
+  if ((cache.keepers += keep ? 1 : -1) > 0) return;
+  std::vector<std::shared_ptr<Slot>> slots;
+  {
+    const std::lock_guard lock(cache.mutex);
+    for (const auto& [key, slot] : cache.slots) slots.push_back(slot);
+  }
+  for (const std::shared_ptr<Slot>& slot : slots) {
+    const std::lock_guard lock(slot->mutex);
+    slot->kept.reset();
+  }
 }
 
 }  // namespace kiln::engine::render

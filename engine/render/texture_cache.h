@@ -21,4 +21,10 @@ struct Bitmap {
 std::shared_ptr<const MipMap> LoadTexture(const std::filesystem::path& file, bool srgb, std::string* error);
 std::shared_ptr<const MipMap> LoadTexture(std::span<const std::byte> bytes, bool srgb, std::string* error);
 
+// Bytes of all decoded images in the process that somebody holds.
+uint64_t TextureBytes();
+// While told to more often than told not to, decoded images stay when nobody holds them any more, for the
+// next scene that shows them.
+void KeepTextures(bool keep);
+
 }  // namespace kiln::engine::render
