@@ -37,6 +37,10 @@ constexpr Sentence kSentences[] = {
     Row(ApiError::kNoGpu, "This render mode needs a GPU, which the engine does not use."),
     Row(ApiError::kNoSuchCamera, "The scene has no camera of that name."),
     Row(ApiError::kNoLightingAnalysis, "The engine has no lighting analysis to update."),
+    Row(ApiError::kNotWritten, "The scene cannot be written; the log says why."),
+    Row(ApiError::kNoLightCache, "The engine keeps no light in maps or caches that could be saved."),
+    Row(ApiError::kNotResumable, "The engine cannot resume a render that was stopped."),
+    Row(ApiError::kNoProfiler, "The engine has no profiler."),
     Row(ApiError::kInternal, "The engine failed unexpectedly."),
 };
 

@@ -18,6 +18,10 @@ enum class ApiError : int32_t {
   kNoGpu = 33,
   kNoSuchCamera = 34,
   kNoLightingAnalysis = 35,
+  kNotWritten = 36,
+  kNoLightCache = 37,
+  kNotResumable = 38,
+  kNoProfiler = 39,
   kInternal = 99,
 };
 

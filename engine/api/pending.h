@@ -77,12 +77,6 @@
 /* OSL. */
 #define PENDING_Kiln_getOSLParameters ~, 1
 
-/* Render control and export. */
-#define PENDING_Kiln_KilnRenderer_serializeScene ~, 1
-#define PENDING_Kiln_KilnRenderer_exportScene ~, 1
-#define PENDING_Kiln_KilnRenderer_pickPluginByXY ~, 0
-#define PENDING_Kiln_KilnRenderer_pickPluginsByXY ~, -1
-
 /* Distributed rendering. */
 #define PENDING_Kiln_KilnRenderer_setDREnabled ~, 1
 #define PENDING_Kiln_KilnRenderer_getDREnabled ~, 0
@@ -117,16 +111,7 @@
 #define PENDING_Kiln_checkDRHost ~, nullptr
 
 /* Side features. */
-#define PENDING_Kiln_KilnRenderer_setGPUDevicesEnvironmentVariable ~, 1
-#define PENDING_Kiln_KilnRenderer_saveIrradianceMapFile ~, 0
-#define PENDING_Kiln_KilnRenderer_saveLightCacheFile ~, 0
-#define PENDING_Kiln_KilnRenderer_savePhotonMapFile ~, 0
-#define PENDING_Kiln_KilnRenderer_saveCausticsFile ~, 0
-#define PENDING_Kiln_KilnRenderer_setResumableRendering ~, 0
-#define PENDING_Kiln_KilnRenderer_setBitmapCache ~, 0
 #define PENDING_Kiln_KilnRenderer_denoiseNow ~, 0
-#define PENDING_Kiln_KilnRenderer_getAutoExposureResult ~, 0
-#define PENDING_Kiln_KilnRenderer_setKilnProfiler ~, 0
 
 /* Material library. */
 #define PENDING_KiMat_init ~, 0

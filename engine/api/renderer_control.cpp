@@ -35,22 +35,6 @@ image::ImagePtr Develop(image::ImagePtr frame, const KilnImageOptions& options) 
   return frame;
 }
 
-// Without devices, as the counters of device memory that stand behind them stay 0.
-KilnStatisticsHead* NewStatistics(const render::RenderStatistics& statistics, ImageSize size) {
-  const size_t bytes = KILN_STATISTICS_DEVICES_OFFSET + KILN_STATISTICS_COUNTERS * sizeof(uint64_t);
-  char* block = NewBlock<char>(std::max(bytes, sizeof(KilnStatisticsHead)));
-  std::memset(block, 0, bytes);
-  KilnStatisticsHead head{};
-  const double paths = static_cast<double>(statistics.samples) * size.width * size.height;
-  head.pathsPerSecond = statistics.seconds > 0 ? paths / statistics.seconds : 0;
-  head.elapsedTicks = static_cast<uint32_t>(statistics.seconds * 1000);
-  // A pass is one sample of every pixel.
-  head.sampleLevel = statistics.samples;
-  head.numPasses = statistics.samples;
-  std::memcpy(block, &head, KILN_STATISTICS_DEVICES_OFFSET);
-  return reinterpret_cast<KilnStatisticsHead*>(block);
-}
-
 }  // namespace
 
 extern "C" {
@@ -94,17 +78,6 @@ int32_t Kiln_KilnRenderer_getPauseRTStatus(KilnRendererHandle renderer) {
 
 void Kiln_KilnRenderer_bucketRenderNearest(KilnRendererHandle renderer, int32_t x, int32_t y) {
   WithRenderer(renderer, [&](Renderer& r) { r.RenderNearest(x, y); });
-}
-
-int32_t Kiln_KilnRenderer_getRTStatistics(KilnRendererHandle renderer, KilnStatisticsHead** statistics) {
-  if (!statistics) return 0;
-  *statistics = nullptr;
-  return WithRenderer<int32_t>(renderer, 0, [&](const Renderer& r) {
-    const auto current = r.Statistics();
-    if (!current) return 0;
-    *statistics = NewStatistics(*current, r.GetImageSize());
-    return 1;
-  });
 }
 
 // The engine has no lighting analysis that could be behind the scene.

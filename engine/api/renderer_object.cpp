@@ -68,6 +68,7 @@ Renderer::Renderer(const KilnRendererOptions* options)
 
 Renderer::~Renderer() {
   Close();
+  KeepBitmaps(false);
 }
 
 KilnRendererOptions* Renderer::CopyOptions() const {

@@ -18,6 +18,7 @@
 #include "engine/api/event_queue.h"
 #include "engine/formats/loader.h"
 #include "engine/image/image.h"
+#include "engine/render/picker.h"
 #include "engine/render/sequence.h"
 #include "engine/render/session.h"
 #include "engine/scene/scene.h"
@@ -103,6 +104,11 @@ class Renderer {
   void RenderNearest(int x, int y);
   // Of the render in progress or the last one; nothing before the first.
   std::optional<render::RenderStatistics> Statistics() const;
+  // What the render in progress or the last one shows; nothing before the first.
+  std::optional<render::SceneView> LastView() const;
+  // What picks look at: what the render in progress shows, or else what one would that begins now. Nothing
+  // when it cannot be rendered, or is not ready at the deadline.
+  std::optional<render::SceneView> View(const render::Deadline& deadline);
   // A copy of the frame as far as it is rendered; null when nothing was.
   image::ImagePtr Snapshot() const;
 
@@ -131,6 +137,9 @@ class Renderer {
   LastError GetError() const;
   void ClearError();
 
+  // Whether this renderer wants decoded images kept that nobody shows.
+  void KeepBitmaps(bool keep);
+
   // A pointer to the text that is good for the renderer's life.
   const char* Keep(std::string_view text);
 
@@ -147,6 +156,8 @@ class Renderer {
   enum class Frame { kSingle, kOneOfMany, kLast };
 
   render::RenderOptions MakeRenderOptions() const;
+  bool IsCurrent(const render::SceneView& view, const render::RenderOptions& options) const;
+  render::Picker& ThePicker();
   int32_t Begin(bool prepare, Frame frame);
   int32_t BeginNextFrame();
   bool EndRender(render::Session& session, std::chrono::milliseconds limit);
@@ -168,6 +179,8 @@ class Renderer {
   LastError error_;
   bool session_error_cleared_ = false;
   bool uncommitted_ = false;
+  bool keeps_bitmaps_ = false;
+  std::unique_ptr<render::Picker> picker_;
   bool closed_ = false;
   std::unordered_set<std::string> kept_texts_;
   SessionPtr session_;

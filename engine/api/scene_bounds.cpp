@@ -6,6 +6,7 @@
 
 #include "engine/api/registry.h"
 #include "engine/api/renderer_object.h"
+#include "engine/render/scene_builder.h"
 
 namespace kiln::engine::api {
 namespace {
@@ -14,10 +15,10 @@ using scene::PluginId;
 using scene::Scene;
 using scene::Value;
 
-// A mesh where it stands; the list is shared with the scene.
+// A geometry where it stands.
 struct Placed {
-  PluginId mesh;
-  scene::VectorArray vertices;
+  PluginId geometry;
+  scene::VectorArray vertices;  // of a mesh that is a list of them, shared with the scene
   Transform transform;
 };
 
@@ -29,19 +30,23 @@ T ValueOf(const Scene& scene, PluginId id, std::string_view property, double tim
 }
 
 // What a render at the time would show.
-std::vector<Placed> PlacedMeshes(const Scene& scene, double time) {
-  std::vector<Placed> meshes;
-  const scene::PluginClass* type = scene::FindClass("GeomInstance");
-  if (!type) return meshes;
+std::vector<Placed> PlacedObjects(const Scene& scene, double time) {
+  const scene::PluginClass* mesh = scene::FindClass("GeomStaticMesh");
+  std::vector<Placed> objects;
   const std::shared_lock lock(scene.mutex);
-  for (const PluginId id : scene.Ids(type)) {
-    if (!ValueOf<bool>(scene, id, "visible", time)) continue;
-    const PluginId mesh = ValueOf<scene::PluginRef>(scene, id, "geometry", time).id;
-    auto vertices = ValueOf<scene::VectorArray>(scene, mesh, "vertices", time);
-    if (vertices.empty()) continue;
-    meshes.push_back({mesh, std::move(vertices), ValueOf<Transform>(scene, id, "transform", time)});
+  for (const scene::PluginClass* type : scene::AllClasses()) {
+    if (!type->is_object) continue;
+    for (const PluginId id : scene.Ids(type)) {
+      if (!ValueOf<bool>(scene, id, "visible", time)) continue;
+      const PluginId geometry = ValueOf<scene::PluginRef>(scene, id, "geometry", time).id;
+      const scene::Instance* source = scene.Find(geometry);
+      if (!source) continue;
+      auto vertices = source->type == mesh ? ValueOf<scene::VectorArray>(scene, geometry, "vertices", time)
+                                           : scene::VectorArray();
+      objects.push_back({geometry, std::move(vertices), ValueOf<Transform>(scene, id, "transform", time)});
+    }
   }
-  return meshes;
+  return objects;
 }
 
 bool IsFinite(Vec3 p) {
@@ -66,12 +71,16 @@ void AddCorners(const Transform& transform, const Bounds3& local, Bounds3* bound
   }
 }
 
-Bounds3 WorldBounds(const std::vector<Placed>& meshes) {
+Bounds3 WorldBounds(const Scene& scene, double time) {
   Bounds3 world;
   std::map<PluginId, Bounds3> local;
-  for (const Placed& placed : meshes) {
-    const auto [entry, is_new] = local.try_emplace(placed.mesh);
-    if (is_new) entry->second = BoundsOf(placed.vertices);
+  render::SceneBuilder builder;
+  for (const Placed& placed : PlacedObjects(scene, time)) {
+    const auto [entry, is_new] = local.try_emplace(placed.geometry);
+    if (is_new) {
+      entry->second = placed.vertices.empty() ? builder.GeometryBounds(scene, {.time = time}, placed.geometry)
+                                              : BoundsOf(placed.vertices);
+    }
     if (!entry->second.Empty()) AddCorners(placed.transform, entry->second, &world);
   }
   return world;
@@ -81,12 +90,13 @@ Bounds3 WorldBounds(const std::vector<Placed>& meshes) {
 
 extern "C" {
 
-// Non-zero, and the box, when anything stands in the scene. Lights and cameras have no extent.
+// Non-zero, and the box, when anything stands in the scene. Lights that are no mesh and cameras have no
+// extent.
 int32_t Kiln_KilnRenderer_getBoundingBox(KilnRendererHandle renderer, KilnBox* box) {
   if (!box) return 0;
   return WithRenderer<int32_t>(renderer, 0, [&](Renderer& r) {
     const double time = r.WithSettings([](const Settings& settings) { return settings.time; });
-    const Bounds3 bounds = WorldBounds(PlacedMeshes(r.scene, time));
+    const Bounds3 bounds = WorldBounds(r.scene, time);
     if (bounds.Empty()) return 0;
     *box = {{bounds.lower.x, bounds.lower.y, bounds.lower.z},
             {bounds.upper.x, bounds.upper.y, bounds.upper.z}};
