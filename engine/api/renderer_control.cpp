@@ -1,8 +1,6 @@
 // Entry points that run a render and take its picture.
 #include <algorithm>
-#include <cstring>
 
-#include "engine/api/blocks.h"
 #include "engine/api/registry.h"
 #include "engine/api/renderer_object.h"
 #include "engine/image/operations.h"
