@@ -1,4 +1,6 @@
-// Taking an image over from the SDK, which must not depend on its size, for nothing is copied.
+// Taking an image over from the SDK, which must cost no more than the host's own array buffer on the same memory,
+// for nothing is copied. The host counts the bytes and its collector answers to a large buffer with a step of its
+// work, so the plain times of two sizes differ without any doing of the add-on.
 'use strict';
 
 const { kiln, limits } = require('./measured_sdk.js');
@@ -49,7 +51,7 @@ for (let i = 0; i < PAIRS; i++) {
 }
 const pick = (list, key) => list.map((one) => one[key]);
 const name = 'images: taking over 3840 x 2160';
-report(`${name}, fastest tenth`, 'taking over 64 x 64', paired(pick(large, 'once'), pick(small, 'once')), { atMost: 1.5 });
-report(`${name}, fastest tenth`, 'a bare array buffer on it', paired(pick(large, 'once'), pick(bare, 'once')));
+report(`${name}, fastest tenth`, 'taking over 64 x 64', paired(pick(large, 'once'), pick(small, 'once')));
+report(`${name}, fastest tenth`, 'a bare array buffer on it', paired(pick(large, 'once'), pick(bare, 'once')), { atMost: 1.5 });
 report(`${name}, mean`, 'a copy of its bytes', paired(pick(large, 'mean'), copies));
 renderer.close();

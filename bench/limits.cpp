@@ -1,10 +1,12 @@
 // The limits that the benchmarks hold the add-on against: loops in C++ over the same entry points, a
 // ping-pong of two threads, a copy of an image's bytes. Loops take their count and return nothing; JavaScript
 // takes the time.
+#include <dlfcn.h>
 #include <node_api.h>
 #include <sched.h>
 
 #include <algorithm>
+#include <bit>
 #include <chrono>
 #include <condition_variable>
 #include <cstring>
@@ -21,7 +23,16 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr KilnPluginId kPlugin = 1;
+// What the loops call, and with what: the measuring library, until useLibrary says otherwise.
+struct Sdk {
+  decltype(&Kiln_getPropertyByteArrayByID) read = Kiln_getPropertyByteArrayByID;
+  decltype(&Kiln_KilnRenderer_setPropertyBytesValueAtTimeByID) write =
+      Kiln_KilnRenderer_setPropertyBytesValueAtTimeByID;
+  decltype(&C_memory_free) free_block = C_memory_free;
+  KilnRendererHandle renderer = nullptr;
+  KilnPluginId plugin = 1;
+};
+Sdk loops;
 
 // Keeps the compiler from leaving a loop out.
 template <class T>
@@ -125,6 +136,40 @@ napi_value Raised(napi_env env, napi_callback_info) {
   return NewTimes(env, {times, times + count});
 }
 
+// As the add-on reads and writes by name.
+const double direct_time = std::bit_cast<double>(KILN_TIME_DIRECT_BITS);
+
+template <class Function>
+bool Find(void* library, const char* name, Function* function) {
+  *function = reinterpret_cast<Function>(dlsym(library, name));
+  return *function != nullptr;
+}
+
+// useLibrary(path, class): the loops go to a library that is loaded already, with a renderer and a plugin of
+// their own. False when that can't be had.
+napi_value UseLibrary(napi_env env, napi_callback_info info) {
+  const auto arguments = ArgumentsOf(env, info);
+  char path[4096] = {};
+  if (arguments.size() > 1) napi_get_value_string_utf8(env, arguments[0], path, sizeof(path), nullptr);
+  void* library = dlopen(path, RTLD_LAZY | RTLD_NOLOAD);
+  decltype(&Kiln_KilnRenderer_create) create = nullptr;
+  decltype(&Kiln_KilnRenderer_newPlugin) new_plugin = nullptr;
+  uint64_t error = 0;
+  const bool found = library != nullptr && Find(library, "Kiln_getPropertyByteArrayByID", &loops.read) &&
+                     Find(library, "Kiln_KilnRenderer_setPropertyBytesValueAtTimeByID", &loops.write) &&
+                     Find(library, "C_memory_free", &loops.free_block) &&
+                     Find(library, "Kiln_KilnRenderer_create", &create) &&
+                     Find(library, "Kiln_KilnRenderer_newPlugin", &new_plugin);
+  if (found) loops.renderer = create(nullptr, &error);
+  napi_value done = nullptr;
+  napi_get_boolean(
+      env,
+      loops.renderer != nullptr &&
+          new_plugin(loops.renderer, "limit", TextAt(env, arguments, 1).c_str(), 1, &loops.plugin) == 0,
+      &done);
+  return done;
+}
+
 // getLoop(property, count).
 napi_value GetLoop(napi_env env, napi_callback_info info) {
   const auto arguments = ArgumentsOf(env, info);
@@ -133,26 +178,26 @@ napi_value GetLoop(napi_env env, napi_callback_info info) {
   for (uint32_t i = 0; i < count; ++i) {
     uint32_t* stream = nullptr;
     int32_t size = 0;
-    Kiln_getPropertyByteArrayByID(nullptr, kPlugin, property.c_str(), &stream, &size, 0);
+    loops.read(loops.renderer, loops.plugin, property.c_str(), &stream, &size, direct_time);
     if (stream == nullptr) continue;
     uint32_t words[4] = {};
     std::memcpy(words, stream, std::min(sizeof(words), static_cast<size_t>(size)));
     Use(words);
-    C_memory_free(stream);
+    loops.free_block(stream);
   }
   return nullptr;
 }
 
-// setLoop(property, count): an int for "subdivs", otherwise a vector.
+// setLoop(property, count, vector): an int, or a vector.
 napi_value SetLoop(napi_env env, napi_callback_info info) {
   const auto arguments = ArgumentsOf(env, info);
   const std::string property = TextAt(env, arguments, 0);
   const uint32_t count = NumberAt(env, arguments, 1);
-  const uint32_t tag = property == "subdivs" ? KILN_VALUE_INT : KILN_VALUE_VECTOR;
+  const uint32_t tag = NumberAt(env, arguments, 2) == 0 ? KILN_VALUE_INT : KILN_VALUE_VECTOR;
   for (uint32_t i = 0; i < count; ++i) {
     const uint32_t stream[] = {tag, i, i, i};
     Use(stream);
-    Kiln_KilnRenderer_setPropertyBytesValueAtTimeByID(nullptr, kPlugin, property.c_str(), stream, 0, 0);
+    loops.write(loops.renderer, loops.plugin, property.c_str(), stream, direct_time, 1);
   }
   return nullptr;
 }
@@ -206,6 +251,7 @@ constexpr Function kFunctions[] = {
     {"pingPong", PingPong},
     {"raise", Raise},
     {"raised", Raised},
+    {"useLibrary", UseLibrary},
     {"getLoop", GetLoop},
     {"setLoop", SetLoop},
     {"setImage", SetImage},
