@@ -26,7 +26,7 @@ Options of render:
       --time-limit S     ends the render after so many seconds
       --camera NAME      the camera to look through; the scene's first otherwise
       --frames 1-100:2   a sequence, here every second frame; numbers replace #### in the name of PICTURE
-      --elements A,B     further channels, a file each: z_depth, normals, reflection and others
+      --elements A,B     further channels, as layers of an .exr or a file each: z_depth, normals, reflection, ...
       --denoise          takes the noise out
       --region X,Y,W,H   renders only this part
       --opaque           without transparency where nothing is
@@ -35,6 +35,8 @@ Options of render:
       --quality N        quality of a .jpg, 1 to 100
       --json             one line of JSON in place of the progress
   -v, --verbose          the renderer's own messages too
+
+Options of convert: --json, -v.
 
   kiln --help, kiln --version
 

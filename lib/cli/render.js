@@ -65,7 +65,7 @@ function checkCamera(renderer, name) {
 function addElements(renderer, names) {
   return names.map((name) => {
     const element = renderer.renderElements.get(name) || renderer.renderElements.add(name);
-    return element || fail(`The render element "${name}" is not to be had from this library.`);
+    return element || fail(`This library has no render element "${name}": leave it out of --elements.`);
   });
 }
 

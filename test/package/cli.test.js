@@ -133,6 +133,31 @@ test('a region alone is rendered', async () => {
   assert.strictEqual(pixels[3], 1, '--opaque has no transparency');
 });
 
+test('an element that is almost right is suggested', async () => {
+  const result = await runKiln(['render', ROOM, '-o', inFolder('x.png'), '--elements', 'z_deph', ...fast]);
+  assert.strictEqual(result.code, 2);
+  assert.match(result.stderr, /There is no render element "z_deph": did you mean z_depth\?/);
+});
+
+test('a model becomes a scene text that renders the same', { skip: !fs.existsSync(MODEL) && 'assimp-testmodels is not installed' }, async () => {
+  const result = await runKiln(['convert', MODEL, inFolder('box.toml')]);
+  assert.strictEqual(result.code, 0, result.stderr);
+  assert.match(result.stdout, /^Wrote .*box\.toml, \d+ plugins\n$/);
+  for (const [scene, name] of [[MODEL, 'model.exr'], [inFolder('box.toml'), 'text.exr']]) {
+    const render = await runKiln(['render', scene, '-o', inFolder(name), ...fast]);
+    assert.strictEqual(render.code, 0, render.stderr);
+  }
+  assert.ok(fs.readFileSync(inFolder('model.exr')).equals(fs.readFileSync(inFolder('text.exr'))));
+});
+
+test('a scene text that is converted twice stays as it is', async () => {
+  const json = JSON.parse((await runKiln(['convert', ROOM, inFolder('once.toml'), '--json'])).stdout);
+  assert.deepStrictEqual([json.ok, json.output], [true, inFolder('once.toml')]);
+  assert.ok(json.plugins > 10);
+  assert.strictEqual((await runKiln(['convert', inFolder('once.toml'), inFolder('twice.toml')])).code, 0);
+  assert.ok(fs.readFileSync(inFolder('once.toml')).equals(fs.readFileSync(inFolder('twice.toml'))));
+});
+
 const failures = [
   ['a scene that is not there', ['render', 'nowhere.toml', '-o', inFolder('x.png')], 1, /nowhere\.toml does not exist: check its path/],
   ['a folder that is not there', ['render', ROOM, '-o', inFolder('no/x.png')], 1, /no does not exist: create it/],

@@ -73,3 +73,11 @@ test('interactive.js gets a picture for every edit', async () => {
   assert.match(told, /^The render pauses\.$/m);
   assert.ok(lookAt(inFolder('session.png')).lit > 0.5);
 });
+
+test('picking.js draws what is where', async () => {
+  const lines = (await runExample('picking.js', ['32'])).trim().split('\n');
+  assert.ok(lines.slice(0, 16).every((line) => /^[a-z ]{32}$/.test(line.padEnd(32))), lines.join('\n'));
+  const legend = lines.slice(16).join('\n');
+  for (const name of ['lamp', 'tall', 'low', 'floor', 'left', 'right']) assert.match(legend, new RegExp(`^[a-z] ${name}, a \\w+$`, 'm'));
+  assert.match(legend, /^tall is \d\.\d\d m away\nback is \d\.\d\d m away$/m);
+});
