@@ -14,6 +14,7 @@
 #include "engine/api/event_queue.h"
 #include "engine/api/renderer_object.h"
 #include "engine/render/session.h"
+#include "engine/render/texture_cache.h"
 #include "engine/scene/plugin_class.h"
 
 namespace kiln::engine::api {
@@ -76,6 +77,7 @@ class Engine {
  public:
   Engine() {
     scene::AllClasses();
+    render::TextureBytes();
     render::InitThreads(0);
   }
   ~Engine() {
