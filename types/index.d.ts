@@ -487,6 +487,15 @@ export interface GetImageOptions {
 /** A part of the image that is rendered at a time; host is empty for this machine. */
 export interface BucketRegion { width: number; height: number; x: number; y: number; host: string; }
 
+/** A light whose colour and intensity were changed in the window. */
+export interface LightMixItem {
+  readonly plugin: Plugin | null;
+  readonly colorMult: Color;
+  readonly intensityMult: number;
+  readonly enabled: boolean;
+  isApplied: boolean;
+}
+
 /** Listeners run on the JavaScript thread while the thread that raised the event waits. `time` comes last. */
 export interface RendererEvents {
   stateChanged: [from: RendererState | undefined, to: RendererState | undefined, time: number];
@@ -508,6 +517,8 @@ export interface RendererEvents {
   hostDisconnected: [host: string, time: number];
   kvwContextMenuSelected: [commandId: number, x: number, y: number];
   uploadToCollaboration: [files: string[], time: number];
+  /** What the listener sets as isApplied goes back to the window. */
+  lightMixTransferToScene: [items: LightMixItem[], time: number];
 }
 
 type Listener<E extends keyof RendererEvents> = (this: KilnRenderer, ...args: RendererEvents[E]) => void;
