@@ -89,8 +89,10 @@ v8::MaybeLocal<v8::Array> NewPicks(Environment& environment, v8::Local<v8::Objec
   return picks;
 }
 
+// A job may settle behind a change of the library.
 struct ReleasePicks {
-  void operator()(KilnPickResult* result) const { ReleaseBlock(result); }
+  uintptr_t generation = SdkGeneration();
+  void operator()(KilnPickResult* result) const { ReleaseBlockOf(generation, result); }
 };
 
 struct PickAll {

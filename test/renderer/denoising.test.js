@@ -101,10 +101,19 @@ test('a refused request calls nobody, and its image is given back', async () => 
 });
 
 test('a callback that throws is an uncaught exception', async () => {
-  recorder.once(ENTRY, {result: 1, complete: {image: IMAGE}});
-  const uncaught = new Promise((resolve) => process.once('uncaughtException', resolve));
-  renderer.denoiseNow((image) => { image.close(); throw new Error('mine'); });
-  assert.strictEqual((await uncaught).message, 'mine');
+  const {code, stdout, stderr} = await runChild((helpers) => {
+    const kiln = helpers.loadNative();
+    kiln.enableFrameBuffer(false);
+    process.once('uncaughtException', (error) => console.log(error.message));
+    helpers.recorder.once('Kiln_KilnRenderer_denoiseNow', {result: 1, complete: {image: {width: 4, height: 3}}});
+    const renderer = new kiln.KilnRenderer();
+    renderer.denoiseNow(function (image) {
+      image.close();
+      this.close();
+      throw new Error('mine');
+    });
+  });
+  assert.deepStrictEqual([code, stdout], [0, 'mine\n'], stderr);
 });
 
 test('the arguments are looked at before anything is made', () => {

@@ -6,7 +6,7 @@ const test = require('node:test');
 const assert = require('assert');
 const {Worker} = require('worker_threads');
 const {kiln, recorder, entry, open, collected} = require('./common');
-const {paths, forceGc} = require('../helpers');
+const {paths, forceGc, runChild} = require('../helpers');
 
 const renderer = open();
 const {handle} = recorder.live().handles[0];
@@ -212,11 +212,19 @@ test('a pick runs beside the loop, and keeps the renderer and what it found aliv
 });
 
 test('a callback that throws is an uncaught exception, and the record is given back', async () => {
-  recorder.once(ALL, {result: 1, out: {result: PICKS}});
-  const uncaught = new Promise((resolve) => process.once('uncaughtException', resolve));
-  renderer.pickPlugins(1, 2, () => { throw new Error('mine'); });
-  assert.strictEqual((await uncaught).message, 'mine');
-  assert.strictEqual(recorder.liveCounts().blocks, 0);
+  const {code, stdout, stderr} = await runChild((helpers) => {
+    const kiln = helpers.loadNative();
+    kiln.enableFrameBuffer(false);
+    const {recorder} = helpers;
+    const renderer = new kiln.KilnRenderer();
+    process.once('uncaughtException', (error) => {
+      console.log(error.message, recorder.liveCounts().blocks);
+      renderer.close();
+    });
+    recorder.once('Kiln_KilnRenderer_pickPluginsByXY', {result: 1, out: {result: [{plugin: 5n, distance: 1, mtl_id: 0}]}});
+    renderer.pickPlugins(1, 2, () => { throw new Error('mine'); });
+  });
+  assert.deepStrictEqual([code, stdout], [0, 'mine 0\n'], stderr);
 });
 
 test('a closed renderer passes null and finds nothing', async () => {
