@@ -83,6 +83,11 @@ test('a timeout resolves to false', () =>
     kiln.setEnvVar('KILN_RENDER_SAMPLES', null);
   }));
 
+/** An add-on whose renderers are of the class. */
+function addOnWith(KilnRenderer) {
+  return { KilnRenderer, KilnServer: class {}, KilnImage: class { static createFromBuffer() {} } };
+}
+
 test('the callback stands where the member looks for it', async () => {
   const { setupPromises } = require('../../lib/promises.js');
   class Stub {}
@@ -94,7 +99,7 @@ test('the callback stands where the member looks for it', async () => {
   Stub.prototype.pickPlugin = answers('plugin');
   Stub.prototype.pickPlugins = answers(['pick']);
   Stub.prototype.denoiseNow = answers('image');
-  setupPromises({ KilnRenderer: Stub, KilnImage: class { static createFromBuffer() {} }, createKilnRenderer() {} });
+  setupPromises(addOnWith(Stub));
   const stub = new Stub();
   assert.strictEqual(await stub.promises.pickPlugin(1, 2, 100), 'plugin');
   assert.deepStrictEqual(await stub.promises.pickPlugins(1, 2, 5), ['pick']);
@@ -110,7 +115,7 @@ test('the callback of append stands between the files and the flag', async () =>
     calls.push(args.map((arg) => (typeof arg === 'function' ? 'callback' : arg)));
     args.find((arg) => typeof arg === 'function')(null);
   };
-  setupPromises({ KilnRenderer: Stub, KilnImage: class { static createFromBuffer() {} }, createKilnRenderer() {} });
+  setupPromises(addOnWith(Stub));
   const stub = new Stub();
   for (const args of [['a'], ['a', 'b', true], [['a', 'b']], [['a'], true]]) await stub.promises.append(...args);
   assert.deepStrictEqual(calls, [['a', 'callback'], ['a', 'b', 'callback', true], [['a', 'b'], 'callback'], [['a'], 'callback', true]]);
@@ -120,7 +125,7 @@ test('work that did not begin rejects', async () => {
   const { setupPromises } = require('../../lib/promises.js');
   class Stub {}
   Stub.prototype.denoiseNow = () => false;
-  setupPromises({ KilnRenderer: Stub, KilnImage: class { static createFromBuffer() {} }, createKilnRenderer() {} });
+  setupPromises(addOnWith(Stub));
   await assert.rejects(new Stub().promises.denoiseNow(), /denoiseNow failed: it could not begin\./);
 });
 
