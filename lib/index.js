@@ -9,7 +9,7 @@ const { setupPromises } = require('./promises.js');
 
 setupLists(native);
 makeSwitchedEmitter(native.KilnRenderer);
-if (native.KilnServer) makeEmitter(native.KilnServer);
+makeEmitter(native.KilnServer);
 const promises = setupPromises(native);
 useEngineIfNothingBound(native);
 

@@ -22,6 +22,7 @@ export const {
   checkDRHost,
   checkDRHostSync,
   createKilnRenderer,
+  createKilnServer,
   encodeScannedMaterialParams,
   getOSLParameters,
   getOSLParametersSync,
@@ -49,6 +50,7 @@ export const {
   Util,
   // Classes.
   KilnRenderer,
+  KilnServer,
   KilnImage,
   Plugin,
   PluginRef,

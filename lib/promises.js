@@ -27,6 +27,12 @@ function behindTexts(args) {
 }
 
 const RENDERER = {
+  addHosts: 'errorFirst',
+  removeHosts: 'errorFirst',
+  resetHosts: 'errorFirst',
+  getAllHosts: 'value',
+  getActiveHosts: 'value',
+  getInactiveHosts: 'value',
   load: 'errorFirst',
   loadAsText: 'errorFirst',
   loadFromBuffer: 'errorFirst',
@@ -52,6 +58,16 @@ const RENDERER = {
   saveLightCacheFile: 'errorFirst',
   savePhotonMapFile: 'errorFirst',
   saveCausticsFile: 'errorFirst',
+  close: 'value',
+};
+
+const SERVER = {
+  addHosts: 'errorFirst',
+  removeHosts: 'errorFirst',
+  resetHosts: 'errorFirst',
+  getAllHosts: 'value',
+  getActiveHosts: 'value',
+  getInactiveHosts: 'value',
   close: 'value',
 };
 
@@ -120,9 +136,11 @@ function addPromises(Class, kinds) {
 /** Adds the promise forms to the classes; returns those of the functions that belong to no object. */
 function setupPromises(native) {
   addPromises(native.KilnRenderer, RENDERER);
+  addPromises(native.KilnServer, SERVER);
   addPromises(native.KilnImage, IMAGE);
   return Object.freeze({
     createKilnRenderer: promised(native.createKilnRenderer, 'createKilnRenderer', 'errorFirst').bind(native),
+    createKilnServer: promised(native.createKilnServer, 'createKilnServer', 'errorFirst').bind(native),
     getOSLParameters: promised(native.getOSLParameters, 'getOSLParameters', 'errorFirst').bind(native),
     checkDRHost: promised(native.checkDRHost, 'checkDRHost', 'errorFirst').bind(native),
     createImageFromBuffer: promised(

@@ -36,6 +36,11 @@ export function createKilnRenderer(callback: CreateCallback): void;
 export function createKilnRenderer(options: RendererOptions | null | undefined, callback: CreateCallback): void;
 export function createKilnRenderer(callback: CreateCallback, options: RendererOptions | null | undefined): void;
 
+export type CreateServerCallback = (error: Error | null, server?: KilnServer) => void;
+export function createKilnServer(callback: CreateServerCallback): void;
+export function createKilnServer(options: ServerOptions | null | undefined, callback: CreateServerCallback): void;
+export function createKilnServer(callback: CreateServerCallback, options: ServerOptions | null | undefined): void;
+
 /** The package calls it once for its list classes; a host that replaces them calls it again. */
 export function setupKilnTypesInternal(
   root: object, intList: object, floatList: object, vectorList: object, colorList: object
@@ -116,6 +121,94 @@ export const Util: {
   readonly getIESPrescribedIntensity: (fileName?: string) => number;
 };
 
+/** Strings, and arrays of them to any depth; other values are skipped. */
+export type Hosts = string | readonly Hosts[];
+export type HostListCallback = (hosts: string[]) => void;
+
+/** The keys count in any case. */
+export interface DRClientOptions {
+  dispatcher?: string;
+  httpProxy?: string;
+  localRendering?: boolean;
+  withBroadcastListener?: boolean;
+  pipelinedUpstream?: boolean;
+  enableAssigningWUsAsBackups?: boolean;
+  immediatelyForwardReadySplitBucketSubunits?: boolean;
+  connectTimeout?: number;
+  upstreamChannels?: number;
+  verboseLevel?: number;
+}
+
+export interface ServerOptions {
+  portNumber?: number;
+  numThreads?: number;
+  remoteScenePath?: string | null;
+  pluginLibraryPath?: string | null;
+  includePaths?: string | null;
+  changeCurrentDirectory?: boolean;
+  keepSceneInMemory?: boolean;
+  overwriteLocalCacheSettings?: boolean;
+  runAsLiveLink?: boolean;
+  cachedAssetsLimitType?: number;
+  cachedAssetsLimitValue?: number;
+  /** Those that follow count where isDR2() is true. */
+  dr2AsDispatcher?: boolean;
+  dr2RunLocalRenderServer?: boolean;
+  dr2SecureConnection?: boolean;
+  dr2DisableUdp?: boolean;
+  dr2ListenOnIpv4?: boolean;
+  dr2ListenOnIpv6?: boolean;
+  dr2PipelinedUpstream?: boolean;
+  dr2HttpProxy?: string | null;
+  dr2WorkerThreadsPerServer?: number;
+  dr2ConnectTimeout?: number;
+  dr2UpstreamChannels?: number;
+}
+/** The last of each is the time of the event, in seconds. */
+export interface ServerEvents {
+  connect: [host: string, time: number];
+  disconnect: [host: string, time: number];
+  logMessage: [message: string, level: number, time: number];
+  start: [time: number];
+  progress: [message: string, first: number, second: number, time: number];
+}
+/** A render server, to which others connect; while it runs it is not collected. */
+export class KilnServer extends EventEmitter {
+  constructor(options?: ServerOptions | null);
+  on<E extends keyof ServerEvents>(event: E, listener: (...args: ServerEvents[E]) => void): this;
+  once<E extends keyof ServerEvents>(event: E, listener: (...args: ServerEvents[E]) => void): this;
+  off<E extends keyof ServerEvents>(event: E, listener: (...args: ServerEvents[E]) => void): this;
+  /** 2 at first; writing it changes which messages are told. */
+  minLogLevel: number;
+  start(): void;
+  stop(): void;
+  /** Ends the server: with a callback on another thread, otherwise before it returns. */
+  close(callback?: () => void): void;
+  /** These throw where isDR2() is false. */
+  addHosts(...hosts: (Hosts | DoneCallback)[]): void;
+  removeHosts(...hosts: (Hosts | DoneCallback)[]): void;
+  resetHosts(...hosts: (Hosts | DoneCallback)[]): void;
+  /** The library's code: above 0 when the hosts were added and connected. */
+  addHostsSync(...hosts: Hosts[]): number;
+  removeHostsSync(...hosts: Hosts[]): boolean;
+  resetHostsSync(...hosts: Hosts[]): boolean;
+  getAllHosts(callback: HostListCallback): void;
+  getActiveHosts(callback: HostListCallback): void;
+  getInactiveHosts(callback: HostListCallback): void;
+  getAllHostsSync(): string[];
+  getActiveHostsSync(): string[];
+  getInactiveHostsSync(): string[];
+  readonly promises: {
+    addHosts(...hosts: Hosts[]): Promise<void>;
+    removeHosts(...hosts: Hosts[]): Promise<void>;
+    resetHosts(...hosts: Hosts[]): Promise<void>;
+    getAllHosts(): Promise<string[]>;
+    getActiveHosts(): Promise<string[]>;
+    getInactiveHosts(): Promise<string[]>;
+    close(): Promise<void>;
+  };
+}
+
 /** The description and the presets out of a scan file. */
 export class ScannedMaterialInfo {
   constructor(fileName: string);
@@ -138,6 +231,7 @@ export class BinUserAttributesWriter {
 /** Functions that belong to no object, as promises. */
 export const promises: {
   readonly createKilnRenderer: (options?: RendererOptions | null) => Promise<KilnRenderer>;
+  readonly createKilnServer: (options?: ServerOptions | null) => Promise<KilnServer>;
   readonly getOSLParameters: (fileName: string) => Promise<OSLParameters | null>;
   readonly checkDRHost: (host: string) => Promise<HostCheckResult>;
   readonly createImageFromBuffer: (
@@ -566,6 +660,12 @@ export interface ExportSettings {
 
 /** The members that take a callback, as promises. */
 export interface RendererPromises {
+  addHosts(...hosts: Hosts[]): Promise<void>;
+  removeHosts(...hosts: Hosts[]): Promise<void>;
+  resetHosts(...hosts: Hosts[]): Promise<void>;
+  getAllHosts(): Promise<string[]>;
+  getActiveHosts(): Promise<string[]>;
+  getInactiveHosts(): Promise<string[]>;
   load(fileName: string): Promise<void>;
   loadAsText(sceneText: string): Promise<void>;
   loadFromBuffer(sceneData: Buffer): Promise<void>;
@@ -742,6 +842,28 @@ export class KilnRenderer extends EventEmitter {
   clearScene(): boolean;
   /** Without a callback the JavaScript thread waits for the renderer's threads. */
   close(callback?: () => void): void;
+  /** The machines that share the work: a name or "name:port" each. */
+  addHosts(...hosts: (Hosts | DoneCallback)[]): void;
+  removeHosts(...hosts: (Hosts | DoneCallback)[]): void;
+  resetHosts(...hosts: (Hosts | DoneCallback)[]): void;
+  /** These give the library's code. */
+  addHostsSync(...hosts: Hosts[]): number;
+  removeHostsSync(...hosts: Hosts[]): number;
+  resetHostsSync(...hosts: Hosts[]): number;
+  getAllHosts(callback: HostListCallback): void;
+  getActiveHosts(callback: HostListCallback): void;
+  getInactiveHosts(callback: HostListCallback): void;
+  getAllHostsSync(): string[];
+  getActiveHostsSync(): string[];
+  getInactiveHostsSync(): string[];
+  /** These two throw where isDR2() is true, */
+  setDREnabled(drEnabled: boolean, flag?: boolean): boolean;
+  getDREnabled(): boolean;
+  /** and these three where it is false. */
+  enableDRClient(options?: DRClientOptions): boolean;
+  disableDRClient(): boolean;
+  isDRClientEnabled(): boolean;
+
   /** What `new KilnRenderer(handle)` takes to share this renderer. */
   getInstanceHandle(): object;
 

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "binding/error.h"
+#include "binding/handover.h"
 #include "binding/lazy_class.h"
 #include "binding/sdk_memory.h"
 #include "binding/text.h"
@@ -24,26 +25,23 @@ bool Set(v8::Isolate* isolate, v8::Local<v8::Object> object, const char* key, v8
          object->Set(isolate->GetCurrentContext(), name, value).FromMaybe(false);
 }
 
-// A handle on its way into the constructor, which takes it out. One that was not taken is given back.
-struct Handover {
-  KilnImageHandle handle;
-  explicit Handover(KilnImageHandle handle) : handle(handle) {}
-  Handover(const Handover&) = delete;
-  Handover& operator=(const Handover&) = delete;
-  ~Handover() { ReleaseBlock(handle); }
-};
+using ImageHandover = Handover<struct ImageClass>;
 
 // The add-on's own form: the handle, a place, a host. A property can't be set when somebody put a setter that
 // throws on the prototype.
 KilnImageHandle TakeOver(const Arguments& info) {
   v8::Isolate* isolate = info.GetIsolate();
-  auto* handover = static_cast<Handover*>(compat::ExternalPointer(info[0]));
+  ImageHandover* handover = ImageHandover::Of(info[0]);
+  if (!handover) {
+    ThrowTypeError(isolate, "Cannot create KilnImage");
+    return nullptr;
+  }
   if (info[1]->IsInt32() && info[2]->IsInt32() &&
       (!Set(isolate, info.This(), "x", info[1]) || !Set(isolate, info.This(), "y", info[2]))) {
     return nullptr;
   }
   if (info[3]->IsString() && !Set(isolate, info.This(), "host", info[3])) return nullptr;
-  return std::exchange(handover->handle, nullptr);
+  return handover->Take();
 }
 
 KilnImageHandle DecodeArgument(const Arguments& info) {
@@ -188,8 +186,8 @@ v8::MaybeLocal<v8::Object> wrapImageHandle(Environment& environment, KilnImageHa
                                            int32_t y, const char* host) {
   v8::Isolate* isolate = environment.isolate();
   v8::Local<v8::Context> context = isolate->GetCurrentContext();
-  Handover handover(handle);
-  v8::Local<v8::Value> arguments[4] = {compat::NewExternal(isolate, &handover), v8::Undefined(isolate),
+  ImageHandover handover(handle);
+  v8::Local<v8::Value> arguments[4] = {handover.External(isolate), v8::Undefined(isolate),
                                        v8::Undefined(isolate), v8::Undefined(isolate)};
   if (x >= 0 && y >= 0) {
     arguments[1] = v8::Integer::New(isolate, x);
@@ -207,6 +205,7 @@ v8::MaybeLocal<v8::Object> wrapImageHandle(Environment& environment, KilnImageHa
       (!handle || imageHandleOf(image))) {
     return image;
   }
+  ReleaseBlock(handover.Take());
   return {};
 }
 

@@ -13,6 +13,7 @@
 #include "scene/category.h"
 #include "scene/plugin.h"
 #include "scene/plugin_class.h"
+#include "server/kiln_server.h"
 #include "utilities/bin_user_attributes_writer.h"
 #include "utilities/host_check.h"
 #include "utilities/osl_parameters.h"
@@ -34,6 +35,7 @@ constexpr Method kModuleFunctions[] = {
     {"close", CloseLibrary},
     {"setProcessPriority", SetProcessPriority},
     {"createKilnRenderer", CreateKilnRenderer},
+    {"createKilnServer", CreateKilnServer},
     {"encodeScannedMaterialParams", EncodeScannedMaterialParams},
     {"getOSLParameters", GetOSLParameters},
     {"getOSLParametersSync", GetOSLParametersSync},
@@ -111,6 +113,7 @@ void RegisterLanguage(v8::Isolate* isolate, v8::Local<v8::External>, v8::Local<v
 
 // Classes and namespaces, in the order in which they appear on the exports.
 constexpr void (*kClasses[])(v8::Isolate*, v8::Local<v8::External>, v8::Local<v8::Object>) = {
+    RegisterKilnServer,
     RegisterKilnRenderer,
     RegisterKilnImage,
     RegisterPlugin,

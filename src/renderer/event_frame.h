@@ -1,48 +1,18 @@
-// What every handler of a port does around its event.
+// The events of a renderer in the common frame.
 #pragma once
 
-#include "binding/error.h"
-#include "binding/event_port.h"
-#include "binding/text.h"
+#include <utility>
+
+#include "binding/event_frame.h"
 #include "renderer/renderer_wrapper.h"
 
 namespace KilnNodeWrapper::KilnRendererNodeWrapper {
 
-struct EventScope {
-  v8::Isolate* isolate;
-  v8::Local<v8::Context> context;
-  v8::Local<v8::Object> self;
-  RendererWrapper& wrapper;
-  const v8::TryCatch& try_catch;
+using EventScope = EventScopeOf<RendererWrapper>;
 
-  // emit(name, ...) on the renderer; empty when it threw. The host answers undefined for a call that threw
-  // from the loop itself, so the exception is what tells.
-  v8::MaybeLocal<v8::Value> Emit(int count, v8::Local<v8::Value>* arguments) const {
-    v8::Local<v8::String> emit;
-    if (!NewName(isolate, "emit").ToLocal(&emit)) return {};
-    v8::MaybeLocal<v8::Value> answer =
-        node::MakeCallback(isolate, self, emit, count, arguments, node::async_context{0, 0});
-    return try_catch.HasCaught() ? v8::MaybeLocal<v8::Value>() : answer;
-  }
-};
-
-// Runs body(scope) unless the port is closing, then clean_up() in any case, hands what a listener threw to
-// the host, and then lets the SDK thread go on: in this order, so that the exception has been dealt with when
-// the SDK continues.
 template <class Body, class CleanUp>
 void HandleEvent(EventPort* port, Body&& body, CleanUp&& clean_up) {
-  v8::Isolate* isolate = port->isolate;
-  v8::HandleScope scope(isolate);
-  v8::TryCatch try_catch(isolate);
-  if (!port->closing) {
-    auto& wrapper = *static_cast<RendererWrapper*>(port->async.data);
-    v8::Local<v8::Object> self = wrapper.self.Get(isolate);
-    v8::Local<v8::Context> context = isolate->GetCurrentContext();
-    body(EventScope{isolate, context, self, wrapper, try_catch});
-  }
-  clean_up();
-  ReportCaught(isolate, try_catch);
-  PostDone(port);
+  HandleEventOf<RendererWrapper>(port, std::forward<Body>(body), std::forward<CleanUp>(clean_up));
 }
 
 }  // namespace KilnNodeWrapper::KilnRendererNodeWrapper

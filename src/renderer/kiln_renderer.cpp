@@ -7,6 +7,7 @@
 #include "binding/lazy_class.h"
 #include "binding/text.h"
 #include "elements/render_elements.h"
+#include "framebuffer/kvw.h"
 #include "module/module.h"
 #include "module/sdk_library.h"
 #include "renderer/cache_files.h"
@@ -60,7 +61,8 @@ bool DefineParts(Environment& environment, v8::Local<v8::Object> self) {
   return DefinePart(isolate, self, "plugins", NewPlugins(environment, self)) &&
          DefinePart(isolate, self, "classes", NewClasses(environment, self)) &&
          DefinePart(isolate, self, "classCategories", NewCategories(environment, self, kAllCategories)) &&
-         DefinePart(isolate, self, "renderElements", NewRenderElements(environment, self));
+         DefinePart(isolate, self, "renderElements", NewRenderElements(environment, self)) &&
+         DefinePart(isolate, self, "kvw", NewKvw(environment, self));
 }
 
 void Construct(const Arguments& info) {
@@ -152,6 +154,23 @@ constexpr Method kMethods[] = {
     {"setInteractiveSampleLevel", SetInteractiveSampleLevel},
     {"setInteractiveNoiseThreshold", SetInteractiveNoiseThreshold},
     {"setInteractiveTimeout", SetInteractiveTimeout},
+    {"setDREnabled", SetDREnabled},
+    {"getDREnabled", GetDREnabled},
+    {"enableDRClient", EnableDRClient},
+    {"disableDRClient", DisableDRClient},
+    {"isDRClientEnabled", IsDRClientEnabled},
+    {"addHosts", AddHosts},
+    {"removeHosts", RemoveHosts},
+    {"resetHosts", ResetHosts},
+    {"getAllHosts", GetAllHosts},
+    {"getActiveHosts", GetActiveHosts},
+    {"getInactiveHosts", GetInactiveHosts},
+    {"addHostsSync", AddHostsSync},
+    {"removeHostsSync", RemoveHostsSync},
+    {"resetHostsSync", ResetHostsSync},
+    {"getAllHostsSync", GetAllHostsSync},
+    {"getActiveHostsSync", GetActiveHostsSync},
+    {"getInactiveHostsSync", GetInactiveHostsSync},
     {"load", SceneHandler<kLoad, kFile>},
     {"append", SceneHandler<kAppend, kFile>},
     {"loadAsText", SceneHandler<kLoad, kText>},

@@ -42,6 +42,23 @@ void ExportSceneSync(const Arguments& info);
 extern const std::span<const Accessor> kRendererAccessors;  // renderer_properties.cpp
 void GetBoundingBox(const Arguments& info);
 void GetAutoExposureResult(const Arguments& info);
+void SetDREnabled(const Arguments& info);  // distributed_hosts.cpp
+void GetDREnabled(const Arguments& info);
+void EnableDRClient(const Arguments& info);
+void DisableDRClient(const Arguments& info);
+void IsDRClientEnabled(const Arguments& info);
+void AddHosts(const Arguments& info);
+void AddHostsSync(const Arguments& info);
+void RemoveHosts(const Arguments& info);
+void RemoveHostsSync(const Arguments& info);
+void ResetHosts(const Arguments& info);
+void ResetHostsSync(const Arguments& info);
+void GetAllHosts(const Arguments& info);
+void GetAllHostsSync(const Arguments& info);
+void GetActiveHosts(const Arguments& info);
+void GetActiveHostsSync(const Arguments& info);
+void GetInactiveHosts(const Arguments& info);
+void GetInactiveHostsSync(const Arguments& info);
 void PickPlugin(const Arguments& info);  // picking.cpp
 void PickPluginSync(const Arguments& info);
 void PickPlugins(const Arguments& info);

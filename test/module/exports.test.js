@@ -9,12 +9,12 @@ const kiln = loadNative();
 
 const NAMES = [
   'setSDKLibraryPath', 'getSDKLibraryErrorString', 'getSDKLibraryMissingFunctions', 'enableFrameBuffer', 'close',
-  'setProcessPriority', 'createKilnRenderer', 'encodeScannedMaterialParams', 'getOSLParameters', 'getOSLParametersSync', 'setEnvVar', 'getEnvVar', 'setNumaNode', 'setupKilnTypesInternal',
+  'setProcessPriority', 'createKilnRenderer', 'createKilnServer', 'encodeScannedMaterialParams', 'getOSLParameters', 'getOSLParametersSync', 'setEnvVar', 'getEnvVar', 'setNumaNode', 'setupKilnTypesInternal',
   'isVectorList', 'isColorList', 'intListToString', 'floatListToString', 'vectorListToString', 'colorListToString',
   'typedListToString', 'getAPIVersion', 'getKilnVersion', 'getKilnVersionDetails', 'getMaterialLibraryPath', 'isDR2', 'checkDRHost',
   'checkDRHostSync', 'LOGLEVEL_ERROR', 'LOGLEVEL_WARNING', 'LOGLEVEL_INFO', 'LOGLEVEL_DEBUG', 'RENDER_PASS_FINAL',
   'RENDER_PASS_LIGHT_CACHE', 'RENDER_PASS_IRRADIANCE_MAP', 'PROFILER_MODE_OFF', 'PROFILER_MODE_SIMPLE',
-  'PROFILER_MODE_FULL', 'stringify', 'KilnRenderer', 'KilnImage', 'Plugin', 'PluginRef', 'Class', 'Category', 'Util', 'Language', 'Matrix',
+  'PROFILER_MODE_FULL', 'stringify', 'KilnServer', 'KilnRenderer', 'KilnImage', 'Plugin', 'PluginRef', 'Class', 'Category', 'Util', 'Language', 'Matrix',
   'Color', 'AColor', 'Vector', 'Transform', 'ScannedMaterialInfo', 'BinUserAttributesWriter',
 ];
 
