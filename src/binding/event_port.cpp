@@ -1,5 +1,6 @@
 #include "binding/event_port.h"
 
+#include <chrono>
 #include <mutex>
 #include <thread>
 
@@ -10,6 +11,9 @@ namespace {
 constinit std::mutex places_mutex;
 constinit ParkingPlace* places = nullptr;
 constinit std::atomic<int> sdk_threads{0};
+
+// An SDK that does not come to an end must not keep the process from ending.
+constexpr auto kLongestExit = std::chrono::seconds(5);
 
 void Enlist(ParkingPlace* place) {
   std::lock_guard lock(places_mutex);
@@ -33,7 +37,10 @@ void LetEverythingGo() {
     std::lock_guard lock(places_mutex);
     for (ParkingPlace* place = places; place; place = place->next) WakePort(place);
   }
-  for (int count = sdk_threads; count > 0; count = sdk_threads) sdk_threads.wait(count);
+  const auto end = std::chrono::steady_clock::now() + kLongestExit;
+  while (sdk_threads > 0 && std::chrono::steady_clock::now() < end) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
 }
 
 void Free(uv_handle_t* handle) {
@@ -93,7 +100,6 @@ void EnterSdkThread() {
 
 void LeaveSdkThread() {
   sdk_threads--;
-  sdk_threads.notify_all();
 }
 
 void WakePortsAtExit() {

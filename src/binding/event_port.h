@@ -73,8 +73,9 @@ void WakePort(ParkingPlace* place);
 // on.
 void ClosePort(EventPort* port);
 
-// A thread of ours that is inside the SDK. The exit of the process waits for it, since the library must not
-// end under it; it counts from before the thread begins to the last thing that the thread does.
+// A thread of ours that is inside the SDK. The exit of the process waits some seconds for it, since the
+// library must not end under it; it counts from before the thread begins to the last thing that the thread
+// does.
 void EnterSdkThread();
 void LeaveSdkThread();
 
