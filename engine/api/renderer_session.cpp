@@ -12,7 +12,8 @@ using std::chrono::milliseconds;
 
 // How often a stop is asked for again: another thread may have begun a new render in the meantime.
 constexpr milliseconds kStopInterval{50};
-constexpr milliseconds kForever = milliseconds::max();
+// Not the largest number: compared with finer durations it would overflow.
+constexpr milliseconds kForever = std::chrono::hours(24 * 365);
 
 render::RegionF Normalise(const KilnCropRegion& crop) {
   const auto width = static_cast<float>(crop.srcWidth);
@@ -102,7 +103,13 @@ bool Renderer::EndRender(render::Session& session, milliseconds limit) {
   return true;
 }
 
+std::shared_ptr<const render::Film> Renderer::Film() const {
+  const SessionPtr running = session();
+  return running ? std::shared_ptr<const render::Film>(running, &running->film()) : nullptr;
+}
+
 void Renderer::Stop() {
+  denoiser.Interrupt();
   if (const SessionPtr running = session()) EndRender(*running, kForever);
 }
 
@@ -176,6 +183,7 @@ uint64_t Renderer::ChangeIndex() const {
 }
 
 void Renderer::Close() {
+  denoiser.Close();
   Stop();
   SessionPtr last;
   {
@@ -199,6 +207,7 @@ void Renderer::Abandon(milliseconds render_limit, milliseconds callback_limit) {
     closed_ = true;
     last = std::move(session_);
   }
+  denoiser.Close();
   // A session that does not end in time is left to the system, with the process.
   if (last && !EndRender(*last, render_limit)) static_cast<void>(new SessionPtr(last));
   events.EndPacing();
