@@ -1,7 +1,9 @@
 // The stack of lobes: layering, the mixture's density, and the refusal of directions below the geometry.
 #include "engine/render/bsdf.h"
 
-#include "engine/render/microfacet.h"
+#include <new>
+
+#include "engine/render/bsdf_kinds.h"
 
 namespace kiln::engine::render {
 
@@ -26,12 +28,23 @@ void Bsdf::Begin(const Frame& shading, Vec3 geometric_normal) {
   count_ = 0;
 }
 
+void Bsdf::Begin(const Frame& shading, Vec3 geometric_normal, const Bsdf& lobes) {
+  Begin(shading, geometric_normal);
+  count_ = lobes.count_;
+  std::copy(lobes.lobes_, lobes.lobes_ + count_, lobes_);
+}
+
 BsdfLobe* Bsdf::Add(LobeKind kind, float weight) {
   if (count_ == kMaxLobes || !(weight > 0)) return nullptr;
   BsdfLobe* lobe = &lobes_[count_++];
-  *lobe = {};
+  // Only what all kinds have; the rest is written by the kind that reads it.
   lobe->kind = kind;
+  lobe->is_layer = false;
+  lobe->delta = false;
+  lobe->layer = -1;
+  lobe->group = 0;
   lobe->weight = weight;
+  lobe->share = 1;
   return lobe;
 }
 
@@ -146,7 +159,7 @@ bool Bsdf::Look(Vec3 wo, BsdfView* view) const {
       // A coat's bump may face away from wo where the surface does not: then it isn't seen.
       if (!view->outside || lobe_wo.z <= 0) lobe_wo.z = -std::max(1e-6f, std::abs(lobe_wo.z));
     }
-    view->lobes[i] = LookAtLobe(lobe, lobe_wo);
+    ::new (&view->lobes[i]) LobeView(LookAtLobe(lobe, lobe_wo));
     if (i + 1 < count_ && lobes_[i + 1].group != lobe.group) above = 1;
     view->scale[i] = lobe.weight * lobe.share * above;
     above *= view->lobes[i].rest;
@@ -159,7 +172,8 @@ bool Bsdf::Look(Vec3 wo, BsdfView* view) const {
     total += view->probability[i];
   }
   if (!(total > 0)) return false;
-  for (int i = 0; i < count_; ++i) view->probability[i] /= total;
+  const float scale = 1 / total;
+  for (int i = 0; i < count_; ++i) view->probability[i] *= scale;
   return true;
 }
 
@@ -181,7 +195,7 @@ Color Bsdf::Evaluate(const BsdfView& view, Vec3 wi, float* pdf) const {
     lobe_wi.z = Mirror(lobe_wi.z, lobe_view.inside);
     GlossyAlbedo albedo;
     if (IsGlossy(lobe.kind)) albedo = lobe.albedo.At(std::abs(lobe_wi.z));
-    if (lobe.is_layer) rest[i] = LayerRest(lobe, albedo) / std::max(1e-6f, lobe.layer_rest);
+    if (lobe.is_layer) rest[i] = LayerRest(lobe, albedo) * lobe.layer_scale;
     if (unseen || (lobe_wi.z > 0) != reflects) continue;
     const LobeValue value = EvaluateLobe(lobe, lobe_view, lobe_wi, albedo);
     float scale = view.scale[i];
@@ -239,7 +253,7 @@ bool Bsdf::Sample(const BsdfView& view, float u_lobe, Vec2 u, BsdfSample* sample
   }
   const Color value = Evaluate(view, sample->wi, &sample->pdf);
   if (!(sample->pdf > 0)) return false;
-  sample->weight = value / sample->pdf;
+  sample->weight = value * (1 / sample->pdf);
   return IsFinite(sample->weight);
 }
 

@@ -41,10 +41,14 @@ class Bsdf {
  public:
   static constexpr int kMaxLobes = 8;
 
+  Bsdf() {}
+
   // `shading` is the frame the lobes live in (normal mapped), its normal in the hemisphere of
   // `geometric_normal`, which decides reflection from transmission: a direction that the two normals see on
   // different sides is refused.
   void Begin(const Frame& shading, Vec3 geometric_normal);
+  // The same, with the lobes of another closure to begin with.
+  void Begin(const Frame& shading, Vec3 geometric_normal, const Bsdf& lobes);
 
   // Each lobe with its colours and a weight of the whole. alpha = roughness^2; below kSmoothAlpha it is a
   // delta. Lobes of no weight and those beyond kMaxLobes are left out.
@@ -97,13 +101,18 @@ class Bsdf {
 
   Frame frame_{Vec3{0, 0, 1}};
   Vec3 geometric_normal_{0, 0, 1};
-  BsdfLobe lobes_[kMaxLobes];
+  // In a union they are not cleared when a closure is made, which would cost as much as to fill two of them.
+  union {
+    BsdfLobe lobes_[kMaxLobes];
+  };
   int count_ = 0;
 };
 
 struct BsdfView {
-  BsdfView() = default;  // keeps a direction in braces from being taken for a view
-  LobeView lobes[Bsdf::kMaxLobes];
+  BsdfView() {}  // keeps a direction in braces from being taken for a view
+  union {        // not cleared either
+    LobeView lobes[Bsdf::kMaxLobes];
+  };
   float scale[Bsdf::kMaxLobes];  // weight of the lobe and transmission of what lies above it, towards wo
   float probability[Bsdf::kMaxLobes];  // of sampling the lobe
   bool outside = false;                // wo is on the side of the geometric normal

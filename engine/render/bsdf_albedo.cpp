@@ -34,9 +34,9 @@ Vec3 DirectionAt(float cosine) {
 
 // Both albedos of a node side by side, and behind the cosines of a roughness the average.
 struct GlossyTables {
-  static constexpr int kCosines = 32;
+  static constexpr int kCosines = GlossyRow::kCosines;
   static constexpr int kRoughnesses = 32;
-  static constexpr int kRow = kCosines + 1;
+  static constexpr int kRow = GlossyRow::kRow;
   std::array<GlossyAlbedo, kRow * kRoughnesses> nodes;
   GlossyTables() {
     AlbedoGrid<kCosines, kRoughnesses> base;
@@ -66,10 +66,6 @@ struct GlossyTables {
     return {static_cast<float>(base / kCount), static_cast<float>(grazing / kCount)};
   }
 };
-
-GlossyAlbedo Blend(GlossyAlbedo a, GlossyAlbedo b, float t) {
-  return {Mix(a.base, b.base, t), Mix(a.grazing, b.grazing, t)};
-}
 
 const GlossyTables& Glossy() {
   static const GlossyTables tables;
@@ -160,22 +156,6 @@ GlossyRow::GlossyRow(float alpha) {
   const Place place = Locate(RootOf(alpha), GlossyTables::kRoughnesses);
   nodes_ = &Glossy().nodes[static_cast<size_t>(place.low) * GlossyTables::kRow];
   t_ = place.t;
-}
-
-GlossyAlbedo GlossyRow::At(float cosine) const {
-  if (nodes_ == nullptr) {
-    const float schlick = SchlickWeight(cosine);
-    return {1 - schlick, schlick};
-  }
-  const Place place = Locate(RootOf(cosine), GlossyTables::kCosines);
-  const GlossyAlbedo* low = nodes_ + place.low;
-  const GlossyAlbedo* high = low + GlossyTables::kRow;
-  return Blend(Blend(low[0], low[1], place.t), Blend(high[0], high[1], place.t), t_);
-}
-
-GlossyAlbedo GlossyRow::Average() const {
-  if (nodes_ == nullptr) return {1 - kSchlickAverage, kSchlickAverage};
-  return Blend(nodes_[GlossyTables::kCosines], nodes_[GlossyTables::kRow + GlossyTables::kCosines], t_);
 }
 
 std::shared_ptr<const DielectricTable> DielectricTable::For(float ior) {

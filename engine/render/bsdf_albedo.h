@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "engine/render/albedo_grid.h"
+#include "engine/render/fresnel.h"
 
 namespace kiln::engine::render {
 
@@ -26,10 +27,29 @@ class GlossyRow {
  public:
   GlossyRow() = default;
   explicit GlossyRow(float alpha);
-  GlossyAlbedo At(float cosine) const;
-  GlossyAlbedo Average() const;
+  GlossyAlbedo At(float cosine) const {
+    if (nodes_ == nullptr) {
+      const float schlick = SchlickWeight(cosine);
+      return {1 - schlick, schlick};
+    }
+    const Place place = Locate(RootOf(cosine), kCosines);
+    const GlossyAlbedo* low = nodes_ + place.low;
+    const GlossyAlbedo* high = low + kRow;
+    return Blend(Blend(low[0], low[1], place.t), Blend(high[0], high[1], place.t), t_);
+  }
+  GlossyAlbedo Average() const {
+    if (nodes_ == nullptr) return {1 - kSchlickAverage, kSchlickAverage};
+    return Blend(nodes_[kCosines], nodes_[kRow + kCosines], t_);
+  }
+
+  static constexpr int kCosines = 32;
+  static constexpr int kRow = kCosines + 1;  // behind the cosines the average
 
  private:
+  static GlossyAlbedo Blend(GlossyAlbedo a, GlossyAlbedo b, float t) {
+    return {Mix(a.base, b.base, t), Mix(a.grazing, b.grazing, t)};
+  }
+
   const GlossyAlbedo* nodes_ = nullptr;  // of the smoother neighbour in the table; null: a delta
   float t_ = 0;                          // where between it and the next
 };

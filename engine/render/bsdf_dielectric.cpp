@@ -1,10 +1,7 @@
 // Glass: refracting and thin.
 #include "engine/render/bsdf_dielectric.h"
 
-#include "engine/render/bsdf.h"
-#include "engine/render/bsdf_albedo.h"
-#include "engine/render/fresnel.h"
-#include "engine/render/microfacet.h"
+#include "engine/render/bsdf_glossy.h"
 
 namespace kiln::engine::render {
 
@@ -191,7 +188,8 @@ LobeValue EvaluateThinDielectric(const BsdfLobe& lobe, const LobeView& view, Vec
   const float d = GgxD(h, lobe.alpha) / (4 * wo.z);
   LobeValue value;
   value.f = (reflect ? facet.reflect : facet.transmit) * (d * GgxG2(wo.z, cos_i, lobe.alpha));
-  value.f += (reflect ? lobe.multiple : lobe.multiple_pass) * MultipleScattering(lobe, view, cos_i);
+  value.f +=
+      (reflect ? lobe.multiple : lobe.multiple_pass) * Compensation(lobe, view, cos_i, lobe.albedo.At(cos_i));
   const float again = Share(Mean(lobe.multiple), Mean(lobe.multiple_pass));
   value.pdf =
       (1 - view.multiple) * (reflect ? facet.choice : 1 - facet.choice) * GgxG1(wo.z, lobe.alpha) * d +

@@ -6,12 +6,6 @@
 
 namespace kiln::engine::render {
 
-// The GGX compensation kernel (Kulla and Conty 2017, "Revisiting Physically Based Shading at Imageworks"),
-// times the cosine: what single scattering loses towards wo, spread as it loses towards wi. It is sampled
-// uniformly: the loss of smooth surfaces is all at grazing angles, where a density with the cosine would make
-// fireflies.
-float MultipleScattering(const BsdfLobe& lobe, const LobeView& view, float cos_i);
-
 // Also when the index is so near 1 that roughness has nothing to spread.
 bool IsSmoothDielectric(const BsdfLobe& lobe);
 void LookAtDielectric(const BsdfLobe& lobe, LobeView* view);

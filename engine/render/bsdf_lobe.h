@@ -20,9 +20,13 @@ enum class LobeKind : uint8_t {
 
 struct BsdfLobe {
   LobeKind kind = LobeKind::kDiffuse;
-  float weight = 1;                        // of the lobe as a whole
-  float share = 1;                         // of a mixture: of the closure that it came from
-  int group = 0;                           // of a mixture: layers dim what is below in their own group
+  bool is_layer = false;  // glossy: some diffuse lobe lies below
+  bool delta = false;
+  int layer = -1;    // diffuse: the lobe that lies above
+  int group = 0;     // of a mixture: layers dim what is below in their own group
+  float weight = 1;  // of the lobe as a whole
+  float share = 1;   // of a mixture: of the closure that it came from
+  // What follows has a value in the kinds that are named only.
   float alpha = 0;                         // roughness squared; of a sheen: roughness
   const DielectricTable* glass = nullptr;  // dielectric: index and albedo
   Color f0, f90;          // glossy, thin: Schlick's Fresnel; dielectric: f0 tints what the outside reflects
@@ -30,12 +34,10 @@ struct BsdfLobe {
   Color multiple;         // glossy, thin: what of the light lost by single scattering is reflected in the end
   Color multiple_pass;    // thin: what of it passes
   float lost = 0;         // glossy, thin: average of what single scattering loses
-  float layer_rest = 1;   // specular layer: average of what it leaves to its base
-  int layer = -1;         // diffuse: the lobe that lies above
-  bool is_layer = false;  // glossy: some diffuse lobe lies below
-  bool delta = false;
-  GlossyRow albedo;      // glossy, thin
-  Vec3 normal{0, 0, 1};  // clearcoat
+  float again_scale = 0;  // glossy, thin: 1 / (pi * lost), or 0 where nothing is lost
+  float layer_scale = 1;  // glossy: 1 / average of what it leaves to a base
+  GlossyRow albedo;       // glossy, thin
+  Vec3 normal{0, 0, 1};   // clearcoat
 };
 
 // A lobe as wo sees it. wo is local with z > 0: seen from below, z is mirrored for wo and wi alike.
@@ -43,6 +45,7 @@ struct LobeView {
   Vec3 wo;
   bool inside = false;  // mirrored
   float lambda = 0;     // glossy: Smith's function of wo
+  float masking = 1;    // glossy: 1 / (1 + lambda)
   float lost = 0;       // what single scattering loses towards wo
   float multiple = 0;   // probability of sampling the compensation for it
   Color albedo;         // directional albedo, unweighted
@@ -63,19 +66,16 @@ struct LobeSample {
   float delta_probability = 1;  // and the probability of the choice that led to it
 };
 
-float Mean(Color c);
+inline float Mean(Color c) {
+  return (c.r + c.g + c.b) * (1.0f / 3);
+}
 // Prepare what does not depend on directions: after the colours and alpha are set.
 void FinishLobe(BsdfLobe* lobe);
-// `wo` is local to the lobe, z of either sign but not 0.
-LobeView LookAtLobe(const BsdfLobe& lobe, Vec3 wo);
-// What a specular layer of the albedo leaves to the diffuse lobes below it.
-float LayerRest(const BsdfLobe& layer, GlossyAlbedo albedo);
 inline bool IsGlossy(LobeKind kind) {
   return kind == LobeKind::kGlossy || kind == LobeKind::kClearcoat;
 }
-// Black for deltas. `wi` is mirrored as the view is; `albedo` is that of a glossy lobe towards wi.
-LobeValue EvaluateLobe(const BsdfLobe& lobe, const LobeView& view, Vec3 wi, GlossyAlbedo albedo);
-// False when the sample leads nowhere.
-bool SampleLobe(const BsdfLobe& lobe, const LobeView& view, float u_choice, Vec2 u, LobeSample* sample);
+
+void LookAtSheen(const BsdfLobe& lobe, LobeView* view);
+LobeValue EvaluateSheen(const BsdfLobe& lobe, const LobeView& view, Vec3 wi);
 
 }  // namespace kiln::engine::render

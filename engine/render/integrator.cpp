@@ -195,27 +195,27 @@ bool Path<Recorder>::PassesThrough(const SurfacePoint& point) {
 
 template <class Recorder>
 Color Path<Recorder>::Transmittance(Ray ray) {
-  if (scene_.all_opaque()) {
+  const auto count = [&] {
     ++statistics_->rays;
     if (statistics_->record != nullptr) statistics_->record->push_back(ray);
-    return scene_.Occluded(ray) ? Color{} : Color{1, 1, 1};
-  }
+  };
+  count();
+  if (scene_.Occluded(ray)) return {};
   float transmitted = 1;
+  if (scene_.all_opaque()) return {transmitted, transmitted, transmitted};
   SurfacePoint point;
-  for (int i = 0; i < kMaxPassThrough; ++i) {
-    ++statistics_->rays;
-    if (statistics_->record != nullptr) statistics_->record->push_back(ray);
-    Hit hit;
-    if (!scene_.Intersect(ray, &hit)) return {transmitted, transmitted, transmitted};
-    if (scene_.objects[hit.object].opaque) return {};
+  Hit hit;
+  for (int i = 0; scene_.IntersectClear(ray, &hit); ++i) {
+    if (i == kMaxPassThrough) return {};
     scene_.MakeSurfacePoint(hit, ray.direction, 0, 0, &point);
     transmitted *= 1 - std::clamp(point.object->material->Opacity(point), 0.0f, 1.0f);
     if (transmitted <= 0) return {};
     ray.origin = point.RayOrigin(ray.direction);
     ray.far -= hit.distance;
     ray.near = 0;
+    count();
   }
-  return {};
+  return {transmitted, transmitted, transmitted};
 }
 
 template <class Recorder>

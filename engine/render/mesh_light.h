@@ -22,8 +22,9 @@ class MeshLight : public Light {
   // What a triangle emits, from a few probes of its emission on both sides.
   float EstimatePower(uint32_t triangle) const;
   struct Face {
-    Vec3 normal;  // unit
+    Vec3 normal;  // unit, of the front
     float area;
+    Vec3 corner, edges[2];
   };
   // A triangle in world space.
   Face MakeFace(uint32_t triangle) const;
@@ -35,6 +36,10 @@ class MeshLight : public Light {
   AliasTable choice_;
   std::vector<Face> faces_;
   float power_ = 0;
+  // An even light is sampled without a look at its surface.
+  bool even_ = false;
+  Color front_, back_;
+  float offset_ = 0;  // the largest of all its points
 };
 
 // Emission of a material at a point, black on the back of a one-sided mesh.

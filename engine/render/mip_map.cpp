@@ -52,8 +52,9 @@ bool HasOnlyBytes(const image::Image& image) {
 AColor Add(AColor a, AColor b, float weight) {
   return {a.r + b.r * weight, a.g + b.g * weight, a.b + b.b * weight, a.a + b.a * weight};
 }
+// Of two equal texels exactly these.
 AColor Mix(AColor a, AColor b, float t) {
-  return Add(Add({0, 0, 0, 0}, a, 1 - t), b, t);
+  return {a.r + (b.r - a.r) * t, a.g + (b.g - a.g) * t, a.b + (b.b - a.b) * t, a.a + (b.a - a.a) * t};
 }
 
 int Half(int side) {
@@ -115,24 +116,24 @@ float Reduce(float x, Wrap wrap) {
   return std::clamp(x, 0.0f, 1.0f);
 }
 
-// `i` is at most two periods away.
+// `i` is at most one texel outside the period that Reduce leaves. Without a remainder, which takes longer
+// than the texel.
 int Fold(int i, int n, Wrap wrap) {
-  switch (wrap) {
-    case Wrap::kRepeat:
-      return (i + 2 * n) % n;
-    case Wrap::kMirror: {
-      const int folded = (i + 2 * n) % (2 * n);
-      return folded < n ? folded : 2 * n - 1 - folded;
-    }
-    case Wrap::kClamp:
-      break;
+  if (wrap == Wrap::kRepeat) {
+    if (i < 0) return i + n;
+    return i < n ? i : i - n;
+  }
+  if (wrap == Wrap::kMirror) {
+    if (i < 0) return -1 - i;
+    if (i >= n) return i < 2 * n ? 2 * n - 1 - i : i - 2 * n;
   }
   return std::clamp(i, 0, n - 1);
 }
 
 }  // namespace
 
-MipMap::MipMap(const image::Image& image, bool srgb) : srgb_(srgb && image.gamma != 1) {
+MipMap::MipMap(const image::Image& image, bool srgb)
+    : srgb_(srgb && image.gamma != 1), decode_(Srgb().decode.data()) {
   const bool keep_bytes = HasOnlyBytes(image);
   int width = image.width;
   int height = image.height;
@@ -190,22 +191,24 @@ void MipMap::Store(int level, const std::vector<AColor>& texels) {
   }
 }
 
-AColor MipMap::Texel(int level, int x, int y) const {
-  const Level& l = levels_[level];
-  const size_t i = (l.offset + static_cast<size_t>(y) * l.width + x) * 4;
+AColor MipMap::TexelOf(const Level& level, int x, int y) const {
+  const size_t i = (level.offset + static_cast<size_t>(y) * level.width + x) * 4;
   if (bytes_.empty()) return {floats_[i], floats_[i + 1], floats_[i + 2], floats_[i + 3]};
   constexpr float kScale = 1 / 255.0f;
   const uint8_t* t = &bytes_[i];
   if (!srgb_) return {t[0] * kScale, t[1] * kScale, t[2] * kScale, t[3] * kScale};
-  const std::array<float, 256>& decode = Srgb().decode;
-  return {decode[t[0]], decode[t[1]], decode[t[2]], t[3] * kScale};
+  return {decode_[t[0]], decode_[t[1]], decode_[t[2]], t[3] * kScale};
+}
+
+AColor MipMap::Texel(int level, int x, int y) const {
+  return TexelOf(levels_[level], x, y);
 }
 
 AColor MipMap::Nearest(Vec2 uv, const Address& address) const {
   const Level& l = levels_.front();
   const int x = static_cast<int>(uv.x * l.width);
   const int y = static_cast<int>(uv.y * l.height);
-  return Texel(0, Fold(x, l.width, address.u), Fold(y, l.height, address.v));
+  return TexelOf(l, Fold(x, l.width, address.u), Fold(y, l.height, address.v));
 }
 
 AColor MipMap::Bilinear(int level, Vec2 uv, const Address& address) const {
@@ -219,8 +222,8 @@ AColor MipMap::Bilinear(int level, Vec2 uv, const Address& address) const {
   const int y0 = Fold(top, l.height, address.v);
   const int y1 = Fold(top + 1, l.height, address.v);
   const float s = x - left;
-  return Mix(Mix(Texel(level, x0, y0), Texel(level, x1, y0), s),
-             Mix(Texel(level, x0, y1), Texel(level, x1, y1), s), y - top);
+  return Mix(Mix(TexelOf(l, x0, y0), TexelOf(l, x1, y0), s), Mix(TexelOf(l, x0, y1), TexelOf(l, x1, y1), s),
+             y - top);
 }
 
 AColor MipMap::Sample(Vec2 uv, Vec2 footprint, const Address& address) const {

@@ -43,6 +43,7 @@ class MipMap {
     int width, height;
     size_t offset;  // of its first texel
   };
+  AColor TexelOf(const Level& level, int x, int y) const;
   AColor Nearest(Vec2 uv, const Address& address) const;
   AColor Bilinear(int level, Vec2 uv, const Address& address) const;
   void Append(int width, int height);
@@ -52,6 +53,7 @@ class MipMap {
   std::vector<uint8_t> bytes_;  // four per texel, or empty
   std::vector<float> floats_;   // four per texel, or empty
   bool srgb_ = false;           // the bytes are encoded
+  const float* decode_;         // of encoded bytes
 };
 
 }  // namespace kiln::engine::render

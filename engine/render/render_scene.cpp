@@ -38,16 +38,24 @@ Vec3 Abs(Vec3 v) {
   return {std::abs(v.x), std::abs(v.y), std::abs(v.z)};
 }
 
-// Rounding of a position grows with the numbers that were added up to make it. 1.5e-5 of their size is 256
-// units in the last place, the margin of Waechter and Binder 2019, "A Fast and Robust Method for Avoiding
-// Self-Intersection"; here the instance's own numbers count too, which theirs does not see.
-float RayOffset(const SceneObject& object, Vec3 local, Vec3 world) {
-  const Matrix& m = object.transform.matrix;
-  const Vec3 a = Abs(m.c0) * std::abs(local.x) + Abs(m.c1) * std::abs(local.y) +
-                 Abs(m.c2) * std::abs(local.z) + Abs(object.offset) + Abs(world);
-  constexpr float kScale = 0.75e-5f;
-  constexpr float kFloor = 1e-9f;
-  return std::max(kFloor, kScale * std::max(a.x, std::max(a.y, a.z)));
+ScenePtr NewTopLevel(RTCDevice device) {
+  ScenePtr scene(rtcNewScene(device));
+  rtcSetSceneBuildQuality(scene.get(), RTC_BUILD_QUALITY_HIGH);
+  rtcSetSceneFlags(scene.get(), RTC_SCENE_FLAG_ROBUST);
+  return scene;
+}
+
+bool Nearest(RTCScene scene, const Ray& ray, Hit* hit) {
+  RTCIntersectContext context;
+  rtcInitIntersectContext(&context);
+  RTCRayHit query;
+  query.ray = ToEmbree(ray);
+  query.hit.geomID = RTC_INVALID_GEOMETRY_ID;
+  query.hit.instID[0] = RTC_INVALID_GEOMETRY_ID;
+  rtcIntersect1(scene, &context, &query);
+  if (query.hit.geomID == RTC_INVALID_GEOMETRY_ID) return false;
+  *hit = {query.ray.tfar, query.hit.instID[0], query.hit.primID, query.hit.u, query.hit.v};
+  return true;
 }
 
 // The tangent along u: the mesh's own, or from the uv of the triangle, or any.
@@ -84,6 +92,18 @@ void MakeTangent(const SceneObject& object, uint32_t triangle, float u, float v,
 
 }  // namespace
 
+// Rounding of a position grows with the numbers that were added up to make it. 1.5e-5 of their size is 256
+// units in the last place, the margin of Waechter and Binder 2019, "A Fast and Robust Method for Avoiding
+// Self-Intersection"; here the instance's own numbers count too, which theirs does not see.
+float RayOffset(const SceneObject& object, Vec3 local, Vec3 world) {
+  const Matrix& m = object.transform.matrix;
+  const Vec3 a = Abs(m.c0) * std::abs(local.x) + Abs(m.c1) * std::abs(local.y) +
+                 Abs(m.c2) * std::abs(local.z) + Abs(object.offset) + Abs(world);
+  constexpr float kScale = 0.75e-5f;
+  constexpr float kFloor = 1e-9f;
+  return std::max(kFloor, kScale * std::max(a.x, std::max(a.y, a.z)));
+}
+
 RenderScene::~RenderScene() = default;
 
 void RenderScene::Finish(RTCDevice device) {
@@ -92,9 +112,13 @@ void RenderScene::Finish(RTCDevice device) {
 }
 
 void RenderScene::BuildTopLevel(RTCDevice device) {
-  top_.reset(rtcNewScene(device));
-  rtcSetSceneBuildQuality(top_.get(), RTC_BUILD_QUALITY_HIGH);
-  rtcSetSceneFlags(top_.get(), RTC_SCENE_FLAG_ROBUST);
+  top_ = NewTopLevel(device);
+  all_opaque_ = std::all_of(objects.begin(), objects.end(),
+                            [](const SceneObject& object) { return object.material->IsOpaque(); });
+  if (!all_opaque_) {
+    opaque_ = NewTopLevel(device);
+    clear_ = NewTopLevel(device);
+  }
   for (size_t i = 0; i < objects.size(); ++i) {
     SceneObject& object = objects[i];
     const Matrix& m = object.transform.matrix;
@@ -106,7 +130,6 @@ void RenderScene::BuildTopLevel(RTCDevice device) {
     object.emissive = object.material->IsEmissive();
     object.reads_tangent = object.material->ReadsTangent();
     object.has_volume = !(object.Transmittance(1.0f) == Color{1, 1, 1});
-    all_opaque_ = all_opaque_ && object.opaque;
 
     RTCGeometry instance = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_INSTANCE);
     rtcSetGeometryInstancedScene(instance, object.accel->scene.get());
@@ -116,6 +139,10 @@ void RenderScene::BuildTopLevel(RTCDevice device) {
     rtcSetGeometryTransform(instance, 0, RTC_FORMAT_FLOAT3X4_COLUMN_MAJOR, columns);
     rtcCommitGeometry(instance);
     rtcAttachGeometryByID(top_.get(), instance, static_cast<unsigned>(i));
+    if (!all_opaque_) {
+      const ScenePtr& part = object.opaque ? opaque_ : clear_;
+      rtcAttachGeometryByID(part.get(), instance, static_cast<unsigned>(i));
+    }
     rtcReleaseGeometry(instance);
 
     const Bounds3& local = object.mesh->bounds();
@@ -125,7 +152,9 @@ void RenderScene::BuildTopLevel(RTCDevice device) {
                                                     (corner & 4) != 0 ? local.upper.z : local.lower.z}));
     }
   }
-  rtcCommitScene(top_.get());
+  for (const ScenePtr* scene : {&top_, &opaque_, &clear_}) {
+    if (*scene) rtcCommitScene(scene->get());
+  }
 }
 
 namespace {
@@ -175,23 +204,18 @@ void RenderScene::BuildLights() {
 }
 
 bool RenderScene::Intersect(const Ray& ray, Hit* hit) const {
-  RTCIntersectContext context;
-  rtcInitIntersectContext(&context);
-  RTCRayHit query;
-  query.ray = ToEmbree(ray);
-  query.hit.geomID = RTC_INVALID_GEOMETRY_ID;
-  query.hit.instID[0] = RTC_INVALID_GEOMETRY_ID;
-  rtcIntersect1(top_.get(), &context, &query);
-  if (query.hit.geomID == RTC_INVALID_GEOMETRY_ID) return false;
-  *hit = {query.ray.tfar, query.hit.instID[0], query.hit.primID, query.hit.u, query.hit.v};
-  return true;
+  return Nearest(top_.get(), ray, hit);
+}
+
+bool RenderScene::IntersectClear(const Ray& ray, Hit* hit) const {
+  return Nearest(clear_.get(), ray, hit);
 }
 
 bool RenderScene::Occluded(const Ray& ray) const {
   RTCIntersectContext context;
   rtcInitIntersectContext(&context);
   RTCRay query = ToEmbree(ray);
-  rtcOccluded1(top_.get(), &context, &query);
+  rtcOccluded1(all_opaque_ ? top_.get() : opaque_.get(), &context, &query);
   return query.tfar < 0;
 }
 

@@ -107,6 +107,10 @@ struct SurfacePoint : ShadingPoint {
   }
 };
 
+// How far rays must start off a point of the object, which lies at `local` in its mesh; grows with each
+// coordinate.
+float RayOffset(const SceneObject& object, Vec3 local, Vec3 world);
+
 class RenderScene {
  public:
   RenderScene() = default;
@@ -118,9 +122,11 @@ class RenderScene {
   void Finish(RTCDevice device);
 
   bool Intersect(const Ray& ray, Hit* hit) const;
-  // Whether anything at all is in the way; right where every object is opaque.
+  // Whether an opaque object is in the way, which is told faster than what is nearest.
   bool Occluded(const Ray& ray) const;
   bool all_opaque() const { return all_opaque_; }
+  // The nearest of the objects that are not opaque, of which there is one at least.
+  bool IntersectClear(const Ray& ray, Hit* hit) const;
   // The point of a hit; `spread` is the angle of the ray's footprint and `travelled` its length so far.
   void MakeSurfacePoint(const Hit& hit, Vec3 direction, float spread, float travelled,
                         SurfacePoint* point) const;
@@ -159,6 +165,7 @@ class RenderScene {
   void BuildLights();
 
   ScenePtr top_;
+  ScenePtr opaque_, clear_;  // the two parts of it, where it has both or nothing opaque
   Bounds3 bounds_;
   AliasTable light_choice_;
   std::vector<uint32_t> shape_lights_, infinite_lights_;

@@ -20,8 +20,9 @@ constexpr uint32_t ReverseBits(uint32_t x) {
   return ((x & 0x55555555u) << 1) | ((x >> 1) & 0x55555555u);
 }
 
-// A full-avalanche hash of 32 bits.
-constexpr uint32_t HashBits(uint32_t x) {
+// A full-avalanche hash of 32 bits; of several numbers side by side as well.
+template <class T>
+constexpr T HashBits(T x) {
   x ^= x >> 16;
   x *= 0x21f0aaadu;
   x ^= x >> 15;
@@ -29,11 +30,12 @@ constexpr uint32_t HashBits(uint32_t x) {
   return x ^ (x >> 15);
 }
 constexpr uint32_t HashCombine(uint32_t a, uint32_t b) {
-  return HashBits(a ^ (b * 0x9e3779b9u + 0x7f4a7c15u));
+  return HashBits<uint32_t>(a ^ (b * 0x9e3779b9u + 0x7f4a7c15u));
 }
 
 // A permutation of the bits below each bit: Owen's nested uniform scramble of a bit-reversed number.
-constexpr uint32_t ScrambleReversed(uint32_t x, uint32_t seed) {
+template <class T>
+constexpr T ScrambleReversed(T x, T seed) {
   x ^= x * 0x3d20adeau;
   x += seed;
   x *= (seed >> 16) | 1u;

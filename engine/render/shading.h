@@ -97,6 +97,8 @@ class Material {
   virtual Color Emission(const ShadingPoint&) const { return {}; }
   // Whether Emission can be other than black anywhere: such meshes become area lights.
   virtual bool IsEmissive() const { return false; }
+  // True when Emission is the same at every point and in every direction of a side, and what it is.
+  virtual bool EmitsEvenly(Color* /*front*/, Color* /*back*/) const { return false; }
   // Transmittance along a path inside the body, per channel (Beer-Lambert), `distance` in scene units.
   virtual Color Attenuation(float /*distance*/) const { return {1, 1, 1}; }
 };

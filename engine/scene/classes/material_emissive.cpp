@@ -17,13 +17,23 @@ class EmissiveMaterial : public render::Material {
   }
   Color Emission(const render::ShadingPoint& point) const override {
     if (point.backfacing && !double_sided) return {};
-    const Color radiance = color.Evaluate(point) * intensity;
-    return IsFinite(radiance)
-               ? Color{std::max(radiance.r, 0.0f), std::max(radiance.g, 0.0f), std::max(radiance.b, 0.0f)}
-               : Color{};
+    return Radiance(color.Evaluate(point));
+  }
+  bool EmitsEvenly(Color* front, Color* back) const override {
+    *front = Radiance(color.constant);
+    *back = double_sided ? *front : Color{};
+    return color.IsConstant();
   }
   bool IsEmissive() const override {
     return intensity > 0 && !(color.IsConstant() && MaxComponent(color.constant) <= 0);
+  }
+
+ private:
+  Color Radiance(Color shown) const {
+    const Color radiance = shown * intensity;
+    return IsFinite(radiance)
+               ? Color{std::max(radiance.r, 0.0f), std::max(radiance.g, 0.0f), std::max(radiance.b, 0.0f)}
+               : Color{};
   }
 };
 

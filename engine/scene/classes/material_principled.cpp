@@ -54,16 +54,30 @@ class PrincipledMaterial : public render::Material {
   bool double_sided = true;
   bool transmits = false;
 
+  // To be called when all the fields are set.
+  void Finish() {
+    const bool constant = base_color.IsConstant() && metallic.IsConstant() && roughness.IsConstant() &&
+                          transmission.IsConstant() && specular.IsConstant() && specular_color.IsConstant() &&
+                          sheen_color.IsConstant() && sheen_roughness.IsConstant() && !metallic_roughness;
+    if (!constant) return;
+    even_body_ = std::make_unique<Bsdf>();
+    even_body_->Begin(Frame(Vec3{0, 0, 1}), {0, 0, 1});
+    AddBody({}, even_body_.get());
+  }
+
   void Evaluate(const ShadingPoint& point, Bsdf* bsdf) const override {
     // A body that refracts is seen from both sides as it is; anything else turns its front to the viewer.
     const bool turned = point.backfacing && !(glass && transmits);
     const Vec3 geometric = turned ? -point.geometric_normal : point.geometric_normal;
     const Vec3 normal = render::ShadingNormal(point, normal_map, normal_scale);
     const Vec3 front = turned ? -normal : normal;
-    bsdf->Begin(Frame(front), geometric);
-    AddBase(point, bsdf);
-    bsdf->AddSheen(Unit(sheen_color.Evaluate(point)), Unit(sheen_roughness.Evaluate(point)));
-    AddCoat(point, turned, bsdf);
+    if (even_body_ && point.vertex_color == kWhite) {
+      bsdf->Begin(Frame(front), geometric, *even_body_);
+    } else {
+      bsdf->Begin(Frame(front), geometric);
+      AddBody(point, bsdf);
+    }
+    AddCoat(point, turned, normal, bsdf);
   }
 
   float Opacity(const ShadingPoint& point) const override {
@@ -87,6 +101,12 @@ class PrincipledMaterial : public render::Material {
     return emission_strength > 0 && !(emission.IsConstant() && MaxComponent(emission.constant) <= 0);
   }
 
+  bool EmitsEvenly(Color* front, Color* back) const override {
+    *front = NotNegative(emission.constant) * emission_strength;
+    *back = double_sided ? *front : Color{};
+    return emission.IsConstant() && clearcoat.IsConstant() && Unit(clearcoat.constant) == 0;
+  }
+
   Color Attenuation(float distance) const override {
     if (!glass || !(attenuation_distance > 0) || !(distance > 0)) return kWhite;
     const float depth = distance / attenuation_distance;
@@ -95,6 +115,12 @@ class PrincipledMaterial : public render::Material {
   }
 
  private:
+  // All but the coat.
+  void AddBody(const ShadingPoint& point, Bsdf* bsdf) const {
+    AddBase(point, bsdf);
+    bsdf->AddSheen(Unit(sheen_color.Evaluate(point)), Unit(sheen_roughness.Evaluate(point)));
+  }
+
   // mix(dielectric, metal), the dielectric itself a mix of a diffuse and a transmissive body below its
   // reflection.
   void AddBase(const ShadingPoint& point, Bsdf* bsdf) const {
@@ -127,13 +153,18 @@ class PrincipledMaterial : public render::Material {
     bsdf->AddMetal(base, kWhite, alpha, metal);
   }
 
-  void AddCoat(const ShadingPoint& point, bool turned, Bsdf* bsdf) const {
+  // `body` is the normal of what lies below.
+  void AddCoat(const ShadingPoint& point, bool turned, Vec3 body, Bsdf* bsdf) const {
     const float coat = Unit(clearcoat.Evaluate(point));
     if (coat == 0) return;
-    const Vec3 normal = render::ShadingNormal(point, clearcoat_normal_map, 1);
+    const bool same = clearcoat_normal_map == normal_map && (normal_map == nullptr || normal_scale == 1);
+    const Vec3 normal = same ? body : render::ShadingNormal(point, clearcoat_normal_map, 1);
     const float rough = Unit(clearcoat_roughness.Evaluate(point));
     bsdf->AddClearcoat(coat, rough * rough, turned ? -normal : normal);
   }
+
+  std::unique_ptr<Bsdf>
+      even_body_;  // where no texture has a say: the lobes below the coat, without vertex colours
 };
 
 std::unique_ptr<render::Material> Make(const render::Inputs& in) {
@@ -170,6 +201,7 @@ std::unique_ptr<render::Material> Make(const render::Inputs& in) {
   if (material->transmits && in.Float("thickness") > 0) {
     material->glass = render::DielectricTable::For(std::clamp(ior, 0.1f, 10.0f));
   }
+  material->Finish();
   return material;
 }
 
