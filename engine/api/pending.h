@@ -51,15 +51,6 @@
 #define PENDING_Kiln_KilnRenderer_logKvwMessage ~, 0
 #define PENDING_Kiln_KilnRenderer_saveKvwToFile ~, 1
 
-/* Render elements. */
-#define PENDING_Kiln_newRenderElementPlugin ~, 1
-#define PENDING_Kiln_getRenderElementPlugin ~, KILN_NO_PLUGIN
-#define PENDING_Kiln_getRenderElementPluginsList ~, nullptr
-#define PENDING_Kiln_getRenderElementInfo ~, 0
-#define PENDING_Kiln_getRenderElementData ~, 0
-#define PENDING_Kiln_getRenderElementAsImage ~, nullptr
-#define PENDING_Kiln_getRenderElementMetadata ~, nullptr
-
 /* Mesh files. */
 #define PENDING_Kiln_ProxyCommon_readProxyPreview ~, 0
 #define PENDING_Kiln_ProxyCommon_readProxyPrepare ~, 0
@@ -111,7 +102,6 @@
 #define PENDING_Kiln_checkDRHost ~, nullptr
 
 /* Side features. */
-#define PENDING_Kiln_KilnRenderer_denoiseNow ~, 0
 
 /* Material library. */
 #define PENDING_KiMat_init ~, 0

@@ -14,6 +14,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "engine/api/denoiser.h"
 #include "engine/api/errors.h"
 #include "engine/api/event_queue.h"
 #include "engine/formats/loader.h"
@@ -73,6 +74,7 @@ class Renderer {
 
   scene::Scene scene;
   EventQueue events;
+  Denoiser denoiser;
 
   // A block of the caller's, its texts inside.
   KilnRendererOptions* CopyOptions() const;
@@ -111,6 +113,8 @@ class Renderer {
   std::optional<render::SceneView> View(const render::Deadline& deadline);
   // A copy of the frame as far as it is rendered; null when nothing was.
   image::ImagePtr Snapshot() const;
+  // What renders leave their sums on; null before the first.
+  std::shared_ptr<const render::Film> Film() const;
 
   // The scene was edited: an interactive render takes that over, at once or at the next commit.
   void SceneChanged(bool commit);
