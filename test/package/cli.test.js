@@ -133,10 +133,53 @@ test('a region alone is rendered', async () => {
   assert.strictEqual(pixels[3], 1, '--opaque has no transparency');
 });
 
+test('elements are files beside a picture: colours like it, the rest as .exr', async () => {
+  const args = ['render', ROOM, '-o', inFolder('beside.png'), '--elements', 'gi,z_depth', '--json', ...fast];
+  const result = await runKiln(args);
+  assert.strictEqual(result.code, 0, result.stderr);
+  const { files } = JSON.parse(result.stdout);
+  assert.deepStrictEqual(files, ['beside.png', 'beside.gi.png', 'beside.z_depth.exr'].map(inFolder));
+  for (const file of files) assert.ok(fs.statSync(file).size > 100, file);
+});
+
+test('elements are layers of an .exr', async () => {
+  const args = ['render', ROOM, '-o', inFolder('layers.exr'), '--elements', 'gi,z_depth,normals', '--denoise', ...fast];
+  const result = await runKiln(args);
+  assert.strictEqual(result.code, 0, result.stderr);
+  assert.match(result.stdout, /^Wrote .*layers\.exr, 32 x 24/);
+  const head = fs.readFileSync(inFolder('layers.exr')).subarray(0, 1000).toString('latin1');
+  const channels = ['A', 'B', 'G', 'R', 'gi.B', 'gi.G', 'gi.R', 'normals.X', 'normals.Y', 'normals.Z', 'z_depth.Y'];
+  for (const name of channels) assert.ok(head.includes(`${name}\0`), name);
+});
+
+test('elements of a sequence have the number of their frame', async () => {
+  const args = ['render', ROOM, '-o', inFolder('both_##.jpg'), '--frames', '1-2', '--elements', 'z_depth', '--json', ...fast];
+  const { files } = JSON.parse((await runKiln(args)).stdout);
+  const names = ['both_01.jpg', 'both_01.z_depth.exr', 'both_02.jpg', 'both_02.z_depth.exr'];
+  assert.deepStrictEqual(files, names.map(inFolder));
+  for (const file of files) assert.ok(fs.existsSync(file), file);
+});
+
 test('an element that is almost right is suggested', async () => {
   const result = await runKiln(['render', ROOM, '-o', inFolder('x.png'), '--elements', 'z_deph', ...fast]);
   assert.strictEqual(result.code, 2);
   assert.match(result.stderr, /There is no render element "z_deph": did you mean z_depth\?/);
+});
+
+test('a denoised picture is smoother', async () => {
+  const kiln = require('../../lib/index.js');
+  const roughness = async (name, ...more) => {
+    const output = inFolder(`${name}.png`);
+    const result = await runKiln(['render', ROOM, '-o', output, '--size', '64x64', '--samples', '4', ...more]);
+    assert.strictEqual(result.code, 0, result.stderr);
+    const image = new kiln.KilnImage(fs.readFileSync(output), 'png');
+    const pixels = image.getPixelData();
+    let sum = 0;
+    for (let i = 0; i + 4 < pixels.length; i += 4) sum += Math.abs(pixels[i] - pixels[i + 4]);
+    return sum;
+  };
+  const [noisy, smooth] = [await roughness('noisy'), await roughness('smooth', '--denoise')];
+  assert.ok(smooth < noisy * 0.7, `${smooth} against ${noisy}`);
 });
 
 test('a model becomes a scene text that renders the same', { skip: !fs.existsSync(MODEL) && 'assimp-testmodels is not installed' }, async () => {

@@ -74,6 +74,16 @@ test('interactive.js gets a picture for every edit', async () => {
   assert.ok(lookAt(inFolder('session.png')).lit > 0.5);
 });
 
+test('elements.js writes every channel, and reads the depths', async () => {
+  const told = await runExample('elements.js', [folder, '32', '32']);
+  for (const type of ['lighting', 'gi', 'z_depth', 'normals', 'denoised']) {
+    const bytes = fs.readFileSync(inFolder(`room.${type}.exr`));
+    assert.deepStrictEqual([...bytes.subarray(0, 4)], [0x76, 0x2f, 0x31, 0x01], type);
+  }
+  const [, near, far] = /^From ([\d.]+) m to ([\d.]+) m away$/m.exec(told);
+  assert.ok(Number(near) > 3 && Number(far) < 6 && Number(near) < Number(far), told);
+});
+
 test('picking.js draws what is where', async () => {
   const lines = (await runExample('picking.js', ['32'])).trim().split('\n');
   assert.ok(lines.slice(0, 16).every((line) => /^[a-z ]{32}$/.test(line.padEnd(32))), lines.join('\n'));
