@@ -16,7 +16,7 @@ function environment(extra = {}) {
 
 /**
  * Runs Node.js with the arguments; resolves to {code, signal, stdout, stderr}.
- * options: {env, cwd, onStart(child), onOutput(text, child)}.
+ * options: {env, cwd, timeout in ms (two minutes), onOutput(text, child)}.
  */
 function runNode(args, options = {}) {
   return new Promise((resolve, reject) => {
@@ -24,7 +24,7 @@ function runNode(args, options = {}) {
       cwd: options.cwd || ROOT,
       env: environment(options.env),
       stdio: ['ignore', 'pipe', 'pipe'],
-      timeout: 120000,
+      timeout: options.timeout || 120000,
     });
     const output = { stdout: '', stderr: '' };
     for (const name of ['stdout', 'stderr']) {
