@@ -47,7 +47,7 @@ std::optional<render::SceneView> Renderer::LastView() const {
 std::optional<render::SceneView> Renderer::View(const render::Deadline& deadline) {
   render::RenderOptions options = MakeRenderOptions();
   if (!ApplyOverrides(scene, &options)) return {};
-  const std::optional<render::SceneView> view = LastView();
+  std::optional<render::SceneView> view = LastView();
   if (view && (state() > render::State::kPreparing || IsCurrent(*view, options))) return view;
   return ThePicker().View(options, deadline);
 }

@@ -27,7 +27,8 @@ Counters CountBytes(const render::MemoryUse& memory) {
   return counters;
 }
 
-KilnStatisticsHead MakeHead(const render::RenderStatistics& statistics, const render::Bucket& area) {
+KilnStatisticsHead MakeHead(const render::RenderStatistics& statistics, const render::Bucket& area,
+                            float noise_threshold) {
   KilnStatisticsHead head{};
   const double paths = static_cast<double>(statistics.samples) * area.width * area.height;
   head.pathsPerSecond = statistics.seconds > 0 ? paths / statistics.seconds : 0;
@@ -35,13 +36,15 @@ KilnStatisticsHead MakeHead(const render::RenderStatistics& statistics, const re
   // A pass is one sample of every pixel.
   head.sampleLevel = statistics.samples;
   head.numPasses = statistics.samples;
+  head.currentNoiseThreshold = noise_threshold;
   head.device_count = 1;
   return head;
 }
 
 // Everything in one block, the device's name at its end.
-KilnStatisticsHead* NewStatistics(const render::RenderStatistics& statistics, const render::SceneView& view) {
-  const KilnStatisticsHead head = MakeHead(statistics, view.area);
+KilnStatisticsHead* NewStatistics(const render::RenderStatistics& statistics, const render::SceneView& view,
+                                  float noise_threshold) {
+  const KilnStatisticsHead head = MakeHead(statistics, view.area, noise_threshold);
   const Counters counters = CountBytes(view.scene->memory);
   const MemoryState memory = ReadMemoryState();
   const std::string& name = TheProcessor().name;
@@ -64,11 +67,12 @@ extern "C" {
 int32_t Kiln_KilnRenderer_getRTStatistics(KilnRendererHandle renderer, KilnStatisticsHead** statistics) {
   if (!statistics) return 0;
   *statistics = nullptr;
-  return WithRenderer<int32_t>(renderer, 0, [&](const Renderer& r) {
+  return WithRenderer<int32_t>(renderer, 0, [&](Renderer& r) {
     const auto current = r.Statistics();
     const auto view = r.LastView();
     if (!current || !view) return 0;
-    *statistics = NewStatistics(*current, *view);
+    const float threshold = r.WithSettings([](const Settings& settings) { return settings.noise_threshold; });
+    *statistics = NewStatistics(*current, *view, threshold);
     return 1;
   });
 }
