@@ -190,7 +190,8 @@ Verdict SessionControl::Settle() {
   if (waited) paused_for_ += std::chrono::steady_clock::now() - begin;
   if (stop_) return Verdict::kStopped;
   if (waited) SetStateLocked(State::kRendering);
-  if (scene_changed_ && !hold_changes_) return Verdict::kChanged;
+  // After a pause nobody wants the picture that was begun before it.
+  if (scene_changed_ && (waited || !hold_changes_)) return Verdict::kChanged;
   limits_changed_ = false;
   UpdateInterrupt();
   return timed_out_ ? Verdict::kOutOfTime : Verdict::kGoOn;
