@@ -2,6 +2,7 @@
 #include "engine/image/pixel_format.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "engine/image/transfer.h"
@@ -35,7 +36,7 @@ float Encode(float v, Encoding encoding) {
 // In double precision: a float does not hold 32 bits.
 uint64_t Quantize(float v, int bytes) {
   const double scaled = v > 0 ? std::min<double>(v, 1) * static_cast<double>(Largest(bytes)) : 0;
-  return static_cast<uint64_t>(scaled + 0.5);
+  return static_cast<uint64_t>(std::llround(scaled));
 }
 
 float Grey(const float* rgba) {

@@ -70,7 +70,8 @@ Plane VarianceOf(const NoisyPicture& picture, const std::vector<float>& squares,
         continue;
       }
       variance.data()[at] = std::max(0.0f, squares[3 * i + c] - mean * mean) / (n - 1);
-      const auto odd_count = static_cast<float>(samples[i] / 2);
+      const uint32_t odd_samples = samples[i] / 2;
+      const auto odd_count = static_cast<float>(odd_samples);
       const float odd_mean = odd[3 * i + c] * n / odd_count;
       const float even_mean = (mean - odd[3 * i + c]) * n / (n - odd_count);
       halves.data()[at] = (odd_mean - even_mean) * (odd_mean - even_mean) / 4;
