@@ -135,3 +135,39 @@ on('the denoiser gives an image of the picture\'s size with less noise', async (
   assert.ok(noise(image) < noise(renderer.getImage()));
   image.close();
 });
+
+on('everything may be asked while a thread of the render waits for the listener', async (renderer) => {
+  const element = renderer.renderElements.add('z_depth');
+  const pixelsOf = () => {
+    try {
+      return element.getData().length;
+    } catch (error) {
+      assert.match(error.message, /^Error retrieving render element data/);
+      return 0;
+    }
+  };
+  const asked = [];
+  let last = 0;
+  for (const event of ['stateChanged', 'bucketInit', 'bucketReady', 'progress']) {
+    renderer.on(event, () => {
+      asked.push(event);
+      assert.ok(renderer.pickPluginSync(17, 28) instanceof kiln.Plugin);
+      assert.ok(renderer.pickPluginsSync(17.5, 28.5).length > 1);
+      last = pixelsOf();
+      void [renderer.getBoundingBox(), renderer.getInteractiveStatistics(), renderer.getAutoExposureResult(),
+        renderer.getComputeDevicesDenoiser(), renderer.renderElements.getAll(), element.getMetadata()];
+      for (const name of Object.keys(renderer)) void renderer[name];
+    });
+  }
+  const denoised = new Promise((resolve) => {
+    renderer.once('bucketReady', () => { if (!renderer.denoiseNow(resolve, false)) resolve(null); });
+  });
+  await renderer.promises.start();
+  await renderer.promises.waitForRenderEnd();
+  const image = await denoised;
+  if (image) image.close();
+  // What a renderer that is being closed answers is another matter.
+  renderer.removeAllListeners();
+  assert.strictEqual(new Set(asked).size, 4);
+  assert.strictEqual(last, SIZE * SIZE * 4);
+});
