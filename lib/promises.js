@@ -117,6 +117,7 @@ function addPromises(Class, kinds) {
   const forms = {};
   for (const [name, kind] of Object.entries(kinds)) {
     const member = Class.prototype[name];
+    // The add-on of KILN_BUILD_DIR may be older than the package.
     if (!member) continue;
     forms[name] = promised(member, name, kind);
     if (name === 'close') forms[name] = closedOnce(forms[name]);
