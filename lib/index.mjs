@@ -47,6 +47,7 @@ export const {
   PROFILER_MODE_SIMPLE,
   PROFILER_MODE_FULL,
   Language,
+  Proxy,
   Util,
   // Classes.
   KilnRenderer,

@@ -121,6 +121,127 @@ export const Util: {
   readonly getIESPrescribedIntensity: (fileName?: string) => number;
 };
 
+/** Names a mesh file and says how it is read. The keys count in any case. */
+export interface ProxyReadParams {
+  file?: string;
+  object_path?: string;
+  compute_normals?: number;
+  flip_axis?: number;
+  subdiv_level?: number;
+  subdiv_preserve_map_borders?: number;
+  anim_type?: number;
+  num_preview_faces?: number;
+  /** In degrees. */
+  smooth_angle?: number;
+  anim_speed?: number;
+  anim_offset?: number;
+  fps?: number;
+  hair_width_multiplier?: number;
+  particle_width_multiplier?: number;
+  use_full_names?: boolean;
+  compute_bbox?: boolean;
+  subdiv_all_meshes?: boolean;
+  subdiv_uvs?: boolean;
+  subdiv_preserve_geom_borders?: boolean;
+  instancing?: boolean;
+  use_alembic_offset?: boolean;
+}
+/** Which data of a mesh file are read. The keys count in any case; `all` stands for every one. */
+export interface ProxyDataFlags {
+  vertices?: boolean;
+  normals?: boolean;
+  mtlIDs?: boolean;
+  velocities?: boolean;
+  UVs?: boolean;
+  shaders?: boolean;
+  objectInfos?: boolean;
+  hairObjectInfos?: boolean;
+  particleObjectInfos?: boolean;
+  hair?: boolean;
+  particles?: boolean;
+  geometryVoxelsBBoxes?: boolean;
+  hairVoxelsBBoxes?: boolean;
+  particleVoxelsBBoxes?: boolean;
+  all?: boolean;
+}
+/**
+ * A mesh file's content; what was not asked for, or is not in the file, has no key. A voxel's range in a list runs from
+ * its start index to the next one's.
+ */
+export interface ProxyData {
+  vertices?: VectorList;
+  vertexIndices?: IntList;
+  voxelVerticesStartIndices?: IntList;
+  voxelVertexIndicesStartIndices?: IntList;
+  normals?: VectorList;
+  normalIndices?: IntList;
+  voxelNormalsStartIndices?: IntList;
+  voxelNormalIndicesStartIndices?: IntList;
+  materialIDs?: IntList;
+  /** One int for ten faces. */
+  edgeVisibility?: IntList;
+  voxelMaterialIDsStartIndices?: IntList;
+  velocities?: VectorList;
+  voxelVelocitiesStartIndices?: IntList;
+  uvOriginalIndices?: IntList;
+  uvSetNames?: string[];
+  uvValues?: VectorList[];
+  uvValueIndices?: IntList[];
+  voxelUVValuesStartIndices?: IntList;
+  voxelUVValueIndicesStartIndices?: IntList;
+  shaderIDs?: IntList;
+  shaderNames?: string[];
+  objectInfoIDs?: IntList;
+  objectInfoVBegins?: IntList;
+  objectInfoVEnds?: IntList;
+  objectInfoNames?: string[];
+  hairObjectInfoIDs?: IntList;
+  hairObjectInfoVBegins?: IntList;
+  hairObjectInfoVEnds?: IntList;
+  hairObjectInfoNames?: string[];
+  particleObjectInfoIDs?: IntList;
+  particleObjectInfoVBegins?: IntList;
+  particleObjectInfoVEnds?: IntList;
+  particleObjectInfoNames?: string[];
+  hairVertices?: VectorList;
+  hairVerticesPerStrand?: IntList;
+  hairVerticesStartIndices?: IntList;
+  hairVerticesPerStrandStartIndices?: IntList;
+  hairWidths?: FloatList;
+  hairWidthsStartIndices?: IntList;
+  particleVertices?: VectorList;
+  particleVerticesStartIndices?: IntList;
+  particleWidths?: FloatList;
+  particleWidthsStartIndices?: IntList;
+  /** The lower and the upper corner of each voxel. */
+  geometryVoxelsBBoxes?: VectorList;
+  hairVoxelsBBoxes?: VectorList;
+  particleVoxelsBBoxes?: VectorList;
+  voxelInfoWireColor?: ColorList;
+  voxelInfoSmoothed?: IntList;
+  voxelInfoFlipNormals?: IntList;
+}
+export type ProxyDataCallback = (error: Error | null, data?: ProxyData) => void;
+/** Mesh files, named by a plugin of the class GeomMeshFile or by an object. */
+export const Proxy: {
+  /** Three indices a face. Like the other two it throws when the file can't be read. */
+  readonly readPreviewGeometry: (
+    source: Plugin | ProxyReadParams, countHint?: number
+  ) => { vertices: VectorList; indices: IntList };
+  /** The number of vertices of each strand. */
+  readonly readPreviewHair: (
+    source: Plugin | ProxyReadParams, countHint?: number
+  ) => { vertices: VectorList; lengths: IntList };
+  readonly readPreviewParticles: (source: Plugin | ProxyReadParams, countHint?: number) => { positions: VectorList };
+  /** These two give an object without keys when the file can't be read. */
+  readonly readPreviewData: (source: Plugin | ProxyReadParams, flags?: ProxyDataFlags) => ProxyData;
+  readonly readFullDataSync: (source: Plugin | ProxyReadParams, flags?: ProxyDataFlags) => ProxyData;
+  /** On another thread. One object may name the file and hold the flags; with two arguments everything is read. */
+  readonly readFullData: (
+    ...args: (Plugin | (ProxyReadParams & ProxyDataFlags) | ProxyDataFlags | ProxyDataCallback)[]
+  ) => void;
+};
+
 /** Strings, and arrays of them to any depth; other values are skipped. */
 export type Hosts = string | readonly Hosts[];
 export type HostListCallback = (hosts: string[]) => void;

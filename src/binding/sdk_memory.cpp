@@ -20,6 +20,12 @@ void Delete(void* block, size_t /*size*/, void* generation) {
   ReleaseBlockOf(reinterpret_cast<uintptr_t>(generation), block);
 }
 
+v8::Local<v8::ArrayBuffer> Copy(v8::Isolate* isolate, const void* bytes, size_t size) {
+  v8::Local<v8::ArrayBuffer> buffer = v8::ArrayBuffer::New(isolate, size);
+  if (size > 0) std::memcpy(buffer->GetBackingStore()->Data(), bytes, size);
+  return buffer;
+}
+
 }  // namespace
 
 void ReleaseBlock(void* block) {
@@ -33,34 +39,32 @@ void ReleaseBlockOf(uintptr_t generation, void* block) {
 }
 
 v8::MaybeLocal<v8::ArrayBuffer> AdoptBlock(v8::Isolate* isolate, void* block, size_t size) {
-  if constexpr (compat::kAdoptsMemory) {
-    if (size == 0) {
-      ReleaseBlock(block);
-      return v8::ArrayBuffer::New(isolate, 0);
-    }
+  if (compat::kAdoptsMemory && size > 0) {
     return v8::ArrayBuffer::New(isolate, v8::ArrayBuffer::NewBackingStore(
                                              block, size, Delete, reinterpret_cast<void*>(SdkGeneration())));
-  } else {
-    v8::Local<v8::ArrayBuffer> buffer = v8::ArrayBuffer::New(isolate, size);
-    if (size > 0) std::memcpy(buffer->GetBackingStore()->Data(), block, size);
-    ReleaseBlock(block);
-    return buffer;
   }
+  v8::Local<v8::ArrayBuffer> buffer = Copy(isolate, block, size);
+  ReleaseBlock(block);
+  return buffer;
+}
+
+v8::MaybeLocal<v8::ArrayBuffer> AdoptHeapBlock(v8::Isolate* isolate, void* block, size_t size) {
+  if (compat::kAdoptsMemory && size > 0) {
+    return v8::ArrayBuffer::New(
+        isolate, v8::ArrayBuffer::NewBackingStore(
+                     block, size, [](void* data, size_t, void*) { std::free(data); }, nullptr));
+  }
+  v8::Local<v8::ArrayBuffer> buffer = Copy(isolate, block, size);
+  std::free(block);
+  return buffer;
 }
 
 v8::MaybeLocal<v8::ArrayBuffer> NewBuffer(v8::Isolate* isolate, const void* bytes, size_t size) {
-  v8::Local<v8::ArrayBuffer> buffer;
-  if (!compat::kAdoptsMemory || size < kProbedSize) {
-    buffer = v8::ArrayBuffer::New(isolate, size);
-    if (size > 0) std::memcpy(buffer->GetBackingStore()->Data(), bytes, size);
-    return buffer;
-  }
+  if (!compat::kAdoptsMemory || size < kProbedSize) return Copy(isolate, bytes, size);
   void* copy = std::malloc(size);
   if (!copy) return {};
   std::memcpy(copy, bytes, size);
-  return v8::ArrayBuffer::New(isolate,
-                              v8::ArrayBuffer::NewBackingStore(
-                                  copy, size, [](void* data, size_t, void*) { std::free(data); }, nullptr));
+  return AdoptHeapBlock(isolate, copy, size);
 }
 
 v8::MaybeLocal<v8::Object> AdoptBlockAsBuffer(v8::Isolate* isolate, void* block, size_t size) {

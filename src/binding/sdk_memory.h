@@ -16,6 +16,9 @@ v8::MaybeLocal<v8::ArrayBuffer> AdoptBlock(v8::Isolate* isolate, void* block, si
 // The same as a Node Buffer.
 v8::MaybeLocal<v8::Object> AdoptBlockAsBuffer(v8::Isolate* isolate, void* block, size_t size);
 
+// The same for memory of malloc, which is freed in the end whatever library is loaded.
+v8::MaybeLocal<v8::ArrayBuffer> AdoptHeapBlock(v8::Isolate* isolate, void* block, size_t size);
+
 // An ArrayBuffer with a copy of the bytes; empty when memory is out, which V8's own would end the process
 // over.
 v8::MaybeLocal<v8::ArrayBuffer> NewBuffer(v8::Isolate* isolate, const void* bytes, size_t size);

@@ -211,6 +211,16 @@ class HandleView {
   alignas(v8::Global<T>) unsigned char bytes_[sizeof(v8::Global<T>)] = {};
 };
 
+// How many elements of four bytes a typed array may have.
+template <class Array = v8::TypedArray>
+constexpr size_t MaxListLength() {
+  if constexpr (requires { Array::kMaxByteLength; }) {
+    return Array::kMaxByteLength / 4;
+  } else {
+    return Array::kMaxLength;
+  }
+}
+
 // A copy of an object with its internal fields.
 template <class Object>
 v8::Local<v8::Object> Clone(v8::Isolate* isolate, v8::Local<Object> object) {

@@ -9,6 +9,7 @@
 #include "binding/text.h"
 #include "image/kiln_image.h"
 #include "module/sdk_library.h"
+#include "proxy/mesh_proxy.h"
 #include "renderer/kiln_renderer.h"
 #include "scene/category.h"
 #include "scene/plugin.h"
@@ -119,6 +120,7 @@ constexpr void (*kClasses[])(v8::Isolate*, v8::Local<v8::External>, v8::Local<v8
     RegisterPlugin,
     RegisterPluginClass,
     RegisterCategory,
+    RegisterProxy,
     RegisterUtil,
     RegisterLanguage,
     RegisterMatrix,

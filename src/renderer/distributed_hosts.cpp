@@ -2,6 +2,7 @@
 #include <string>
 
 #include "binding/error.h"
+#include "binding/key_walk.h"
 #include "binding/text.h"
 #include "module/sdk_library.h"
 #include "renderer/kiln_renderer.h"
@@ -83,21 +84,11 @@ bool ReadKey(v8::Local<v8::Context> context, std::string_view key, v8::Local<v8:
   return true;
 }
 
-// Stops at what can't be read; what was read so far stays, and nothing stays pending.
+// Stops at what can't be read; what was read so far stays.
 void ReadClientOptions(v8::Local<v8::Context> context, v8::Local<v8::Object> object, ClientOptions* options) {
-  v8::TryCatch try_catch(v8::Isolate::GetCurrent());
-  v8::Local<v8::Array> names;
-  if (!object->GetPropertyNames(context).ToLocal(&names)) return;
-  for (uint32_t i = 0; i < names->Length(); i++) {
-    v8::Local<v8::Value> name;
-    v8::Local<v8::Value> value;
-    Text key;
-    if (!names->Get(context, i).ToLocal(&name) || !object->Get(context, name).ToLocal(&value) ||
-        !key.Read(context, name)) {
-      return;
-    }
-    if (!value->IsUndefined() && !ReadKey(context, key.view(), value, options)) return;
-  }
+  WalkKeys(context, object, Unreadable::kEndsTheWalk, [&](std::string_view key, v8::Local<v8::Value> value) {
+    return ReadKey(context, key, value, options);
+  });
 }
 
 template <ChangeHosts kFunction, const std::span<const HostFailure>& kFailures>

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "binding/error.h"
+#include "binding/key_walk.h"
 #include "binding/option_reader.h"
 #include "binding/sdk_memory.h"
 #include "binding/text.h"
@@ -93,24 +94,14 @@ void ReadTriplanar(Context context, Value value, Params* params) {
   static constexpr Choice kBits[] = {{"TP_ENABLED", 1},   {"enabled", 1},   {"TP_RNDOFFS", 2},
                                      {"randomOffset", 2}, {"TP_RNDROT", 4}, {"randomRotation", 4}};
   if (!value->IsObject()) return ReadInt(context, value, &params->triplanar);
-  v8::Isolate* isolate = v8::Isolate::GetCurrent();
-  v8::Local<v8::Object> object = value.As<v8::Object>();
-  v8::Local<v8::Array> names;
-  if (!object->GetPropertyNames(context).ToLocal(&names)) return;
-  for (uint32_t i = 0; i < names->Length(); i++) {
-    Value name;
-    Value flag;
-    Text text;
-    if (!names->Get(context, i).ToLocal(&name) || !object->Get(context, name).ToLocal(&flag) ||
-        !text.Read(context, name)) {
-      continue;
-    }
+  WalkKeys(context, value.As<v8::Object>(), Unreadable::kIsSkipped, [&](std::string_view key, Value flag) {
     for (const Choice& bit : kBits) {
-      if (!EqualsIgnoringCase(text.view(), bit.name)) continue;
-      params->triplanar =
-          flag->BooleanValue(isolate) ? params->triplanar | bit.value : params->triplanar & ~bit.value;
+      if (!EqualsIgnoringCase(key, bit.name)) continue;
+      const bool on = flag->BooleanValue(v8::Isolate::GetCurrent());
+      params->triplanar = on ? params->triplanar | bit.value : params->triplanar & ~bit.value;
     }
-  }
+    return true;
+  });
 }
 
 // Only the number has an effect: the form with names was never read, and files rely on the word it left.
@@ -189,16 +180,10 @@ void ReadKey(Context context, std::string_view name, Value value, Params* params
 
 // What can't be read or converted leaves its words.
 void ReadParams(Context context, v8::Local<v8::Object> object, Params* params) {
-  v8::TryCatch try_catch(v8::Isolate::GetCurrent());
-  v8::Local<v8::Array> names;
-  if (!object->GetPropertyNames(context).ToLocal(&names)) return;
-  for (uint32_t i = 0; i < names->Length(); i++) {
-    Value name;
-    Value value;
-    Text text;
-    if (!names->Get(context, i).ToLocal(&name) || !object->Get(context, name).ToLocal(&value)) continue;
-    if (!value->IsUndefined() && text.Read(context, name)) ReadKey(context, text.view(), value, params);
-  }
+  WalkKeys(context, object, Unreadable::kIsSkipped, [&](std::string_view key, Value value) {
+    ReadKey(context, key, value, params);
+    return true;
+  });
 }
 
 // The integers; none when the SDK could not encode.

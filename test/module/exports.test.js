@@ -14,7 +14,7 @@ const NAMES = [
   'typedListToString', 'getAPIVersion', 'getKilnVersion', 'getKilnVersionDetails', 'getMaterialLibraryPath', 'isDR2', 'checkDRHost',
   'checkDRHostSync', 'LOGLEVEL_ERROR', 'LOGLEVEL_WARNING', 'LOGLEVEL_INFO', 'LOGLEVEL_DEBUG', 'RENDER_PASS_FINAL',
   'RENDER_PASS_LIGHT_CACHE', 'RENDER_PASS_IRRADIANCE_MAP', 'PROFILER_MODE_OFF', 'PROFILER_MODE_SIMPLE',
-  'PROFILER_MODE_FULL', 'stringify', 'KilnServer', 'KilnRenderer', 'KilnImage', 'Plugin', 'PluginRef', 'Class', 'Category', 'Util', 'Language', 'Matrix',
+  'PROFILER_MODE_FULL', 'stringify', 'KilnServer', 'KilnRenderer', 'KilnImage', 'Plugin', 'PluginRef', 'Class', 'Category', 'Proxy', 'Util', 'Language', 'Matrix',
   'Color', 'AColor', 'Vector', 'Transform', 'ScannedMaterialInfo', 'BinUserAttributesWriter',
 ];
 
