@@ -22,8 +22,12 @@ recorder.ignore('Kiln_GUI_pumpMessages');
 const SWITCH = Symbol.for('kiln.KilnRenderer.@callbackSettersInternalHelper');
 const PORTS_EVENTS = ['kvwContextMenuSelected', 'uploadToCollaboration', 'lightMixTransferToScene'];
 
-// A process that ends in the middle does not free the host's heap, which a leak check would take for ours.
-const ABRUPT = {ASAN_OPTIONS: `${process.env.ASAN_OPTIONS || ''}:detect_leaks=0`};
+// A process that ends in the middle frees neither the host's heap, which a leak check would take for ours, nor the
+// threads that it had begun.
+const ABRUPT = {
+  ASAN_OPTIONS: `${process.env.ASAN_OPTIONS || ''}:detect_leaks=0`,
+  TSAN_OPTIONS: `${process.env.TSAN_OPTIONS || ''}:report_thread_leaks=0`,
+};
 
 const entry = (name) => `Kiln_KilnRenderer_${name}`;
 const setter = (name) => entry(`set${name}Callback`);
