@@ -58,6 +58,32 @@ bool Nearest(RTCScene scene, const Ray& ray, Hit* hit) {
   return true;
 }
 
+// Whether the ray passes the box by. A direction along a face makes a NaN there, which decides nothing.
+bool Misses(const Ray& ray, const Bounds3& box) {
+  float near = ray.near;
+  float far = ray.far;
+  const auto cut = [&](float origin, float direction, float lower, float upper) {
+    const float inverse = 1 / direction;
+    const float a = (lower - origin) * inverse;
+    const float b = (upper - origin) * inverse;
+    near = std::max(near, std::min(a, b));
+    far = std::min(far, std::max(a, b));
+  };
+  cut(ray.origin.x, ray.direction.x, box.lower.x, box.upper.x);
+  cut(ray.origin.y, ray.direction.y, box.lower.y, box.upper.y);
+  cut(ray.origin.z, ray.direction.z, box.lower.z, box.upper.z);
+  return near > far;
+}
+
+// Wider by what rounding may take off.
+Bounds3 Widen(const Bounds3& box) {
+  constexpr float kScale = 1e-4f;
+  const Vec3 far = Abs(box.lower) + Abs(box.upper);
+  const float margin = kScale * std::max(far.x, std::max(far.y, far.z));
+  const Vec3 around{margin, margin, margin};
+  return {box.lower - around, box.upper + around};
+}
+
 // The tangent along u: the mesh's own, or from the uv of the triangle, or any.
 void MakeTangent(const SceneObject& object, uint32_t triangle, float u, float v, const Vec3 edges[2],
                  const Vec2 uv_edges[2], SurfacePoint* point) {
@@ -147,11 +173,15 @@ void RenderScene::BuildTopLevel(RTCDevice device) {
 
     const Bounds3& local = object.mesh->bounds();
     for (int corner = 0; corner < 8; ++corner) {
-      bounds_.Add(TransformPoint(object.transform, {(corner & 1) != 0 ? local.upper.x : local.lower.x,
-                                                    (corner & 2) != 0 ? local.upper.y : local.lower.y,
-                                                    (corner & 4) != 0 ? local.upper.z : local.lower.z}));
+      const Vec3 point =
+          TransformPoint(object.transform, {(corner & 1) != 0 ? local.upper.x : local.lower.x,
+                                            (corner & 2) != 0 ? local.upper.y : local.lower.y,
+                                            (corner & 4) != 0 ? local.upper.z : local.lower.z});
+      bounds_.Add(point);
+      if (!object.opaque) clear_bounds_.Add(point);
     }
   }
+  clear_bounds_ = Widen(clear_bounds_);
   for (const ScenePtr* scene : {&top_, &opaque_, &clear_}) {
     if (*scene) rtcCommitScene(scene->get());
   }
@@ -208,7 +238,7 @@ bool RenderScene::Intersect(const Ray& ray, Hit* hit) const {
 }
 
 bool RenderScene::IntersectClear(const Ray& ray, Hit* hit) const {
-  return Nearest(clear_.get(), ray, hit);
+  return !Misses(ray, clear_bounds_) && Nearest(clear_.get(), ray, hit);
 }
 
 bool RenderScene::Occluded(const Ray& ray) const {

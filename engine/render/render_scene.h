@@ -166,7 +166,7 @@ class RenderScene {
 
   ScenePtr top_;
   ScenePtr opaque_, clear_;  // the two parts of it, where it has both or nothing opaque
-  Bounds3 bounds_;
+  Bounds3 bounds_, clear_bounds_;
   AliasTable light_choice_;
   std::vector<uint32_t> shape_lights_, infinite_lights_;
   bool all_opaque_ = true;
