@@ -117,15 +117,6 @@ v8::Local<v8::FunctionTemplate> NewClass(v8::Isolate* isolate, v8::Local<v8::Ext
   return result;
 }
 
-bool ExportClass(v8::Isolate* isolate, v8::Local<v8::Object> exports, const char* name,
-                 v8::Local<v8::FunctionTemplate> target) {
-  v8::Local<v8::Context> context = isolate->GetCurrentContext();
-  v8::Local<v8::String> key;
-  v8::Local<v8::Function> function;
-  return NewName(isolate, name).ToLocal(&key) && target->GetFunction(context).ToLocal(&function) &&
-         exports->Set(context, key, function).FromMaybe(false);
-}
-
 v8::Local<v8::Symbol> InspectSymbol(v8::Isolate* isolate) {
   return v8::Symbol::For(isolate, v8::String::NewFromUtf8Literal(isolate, "nodejs.util.inspect.custom"));
 }

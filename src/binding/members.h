@@ -69,10 +69,6 @@ void DefineAccessors(v8::Isolate* isolate, v8::Local<v8::External> external,
 v8::Local<v8::FunctionTemplate> NewClass(v8::Isolate* isolate, v8::Local<v8::External> external,
                                          const char* name, v8::FunctionCallback constructor,
                                          int internal_fields);
-// Sets the class's function of the current context on the exports, plainly.
-bool ExportClass(v8::Isolate* isolate, v8::Local<v8::Object> exports, const char* name,
-                 v8::Local<v8::FunctionTemplate> target);
-
 // Symbol.for("nodejs.util.inspect.custom"): a method under it is what util.inspect prints.
 v8::Local<v8::Symbol> InspectSymbol(v8::Isolate* isolate);
 

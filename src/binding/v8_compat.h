@@ -202,7 +202,9 @@ template <class T>
 class HandleView {
  public:
   HandleView() = default;
-  explicit HandleView(const v8::Global<T>& global) { std::memcpy(bytes_, &global, sizeof(bytes_)); }
+  explicit HandleView(const v8::Global<T>& global) {
+    std::memcpy(bytes_, static_cast<const void*>(&global), sizeof(bytes_));
+  }
   v8::Local<T> Get(v8::Isolate* isolate) const {
     return reinterpret_cast<const v8::Global<T>*>(bytes_)->Get(isolate);
   }

@@ -14,6 +14,7 @@ namespace {
 
 // No list of the SDK has as many elements; a count above it is no count.
 constexpr uint32_t kMaxElements = 1u << 30;
+constexpr size_t kWordBytes = sizeof(uint32_t);
 
 template <class T>
 constexpr size_t kComponents = sizeof(T) / sizeof(double);
@@ -37,13 +38,13 @@ struct ShortStream {
   const uint32_t* words;
   int32_t size;  // in bytes; 0 when nobody knows
 
-  // Whether there are that many words behind the tag.
-  bool Holds(size_t count) const {
-    return size <= 0 || static_cast<size_t>(size) >= (1 + count) * sizeof(uint32_t);
+  // Whether there are that many bytes behind the tag.
+  bool Holds(size_t bytes) const {
+    return size <= 0 || static_cast<size_t>(size) >= sizeof(uint32_t) + bytes;
   }
   template <class T>
   bool ReturnNumber(v8::ReturnValue<v8::Value> result) const {
-    if (!Holds(sizeof(T) / sizeof(uint32_t))) return false;
+    if (!Holds(sizeof(T))) return false;
     T number;
     std::memcpy(&number, words + 1, sizeof(number));
     result.Set(number);
@@ -52,7 +53,9 @@ struct ShortStream {
   template <class T>
   bool ReturnComponents(Environment& environment, v8::ReturnValue<v8::Value> result) const {
     v8::Local<v8::Object> object;
-    if (!Holds(kComponents<T>) || !NewValue(environment, Widen<T>(words + 1)).ToLocal(&object)) return false;
+    if (!Holds(kComponents<T> * sizeof(float)) ||
+        !NewValue(environment, Widen<T>(words + 1)).ToLocal(&object))
+      return false;
     result.Set(object);
     return true;
   }
@@ -78,7 +81,7 @@ T ValueReader::Take() {
   T value{};
   if (!Reserve(sizeof(T))) return value;
   std::memcpy(&value, cursor_, sizeof(T));
-  cursor_ += sizeof(T) / sizeof(uint32_t);
+  cursor_ += sizeof(T) / kWordBytes;
   return value;
 }
 
