@@ -221,6 +221,74 @@ export interface ProxyData {
   voxelInfoSmoothed?: IntList;
   voxelInfoFlipNormals?: IntList;
 }
+/** One frame, or a frame number and a list for each frame; anything else is no data. */
+export type MeshFrames<List> = List | readonly (readonly (number | List)[])[];
+/**
+ * An object of a mesh file as plain data, which the library reads where it lies. The keys count in any case. Vector lists
+ * count numbers, three a vector.
+ */
+export interface MeshFileData {
+  vertices?: MeshFrames<Float32Array>;
+  faces?: MeshFrames<Int32Array | Uint32Array>;
+  normals?: MeshFrames<Float32Array>;
+  faceNormals?: MeshFrames<Int32Array | Uint32Array>;
+  velocities?: MeshFrames<Float32Array>;
+  faceMtlIDs?: MeshFrames<Int32Array | Uint32Array>;
+  /** The channel's index, its vertices and its faces. */
+  mapChannels?: readonly (readonly (number | Float32Array | Int32Array | Uint32Array)[])[];
+  mapChNames?: readonly string[];
+  /** The shader's ID and its name. */
+  shaderNames?: readonly (readonly (number | string)[])[];
+  edgeVisibility?: MeshFrames<Int32Array | Uint32Array>;
+  hairVertices?: MeshFrames<Float32Array>;
+  hairVerticesPerStrand?: MeshFrames<Int32Array | Uint32Array>;
+  hairWidths?: MeshFrames<Float32Array>;
+  particleVertices?: MeshFrames<Float32Array>;
+  particleWidths?: MeshFrames<Float32Array>;
+}
+/** As many key frames as transforms; otherwise the object does not move. The keys count in any case. */
+export interface AnimatedTransforms {
+  transforms?: readonly Transform[];
+  keyFrames?: readonly number[];
+}
+/** How a mesh file is written. The lists are used when they are long enough for all objects. */
+export interface MeshFileSettings {
+  voxelElements?: number;
+  /** 10000 when not given. */
+  numPreviewElements?: number;
+  /** Any other text stands for the default. */
+  previewType?: 'face_sampling' | 'clustering' | 'edge_collapse' | (string & {});
+  isAnimated?: boolean;
+  startFrame?: number;
+  endFrame?: number;
+  mergeVoxels?: boolean;
+  customPreviewFile?: string;
+  /** Three numbers an object. */
+  voxelInfoWireColor?: Float32Array;
+  /** One number an object, like the next one. */
+  voxelInfoSmoothed?: Int32Array;
+  voxelInfoFlipNormals?: Int32Array;
+  exportPointCloud?: boolean;
+  /** 2.2 when not given. */
+  pointSize?: number;
+  /** 1000 when not given. */
+  previewHairs?: number;
+  /** 20000 when not given. */
+  previewParticles?: number;
+}
+export interface MeshFileOptions extends MeshFileSettings {
+  objectName?: string;
+  objectID?: number;
+  transform?: Transform;
+  animTransform?: AnimatedTransforms;
+}
+/** Arrays of another length than the objects are ignored. */
+export interface CombinedMeshFileOptions extends MeshFileSettings {
+  objectNames?: readonly string[];
+  objectIDs?: readonly number[];
+  transforms?: readonly Transform[];
+  animTransforms?: readonly AnimatedTransforms[];
+}
 export type ProxyDataCallback = (error: Error | null, data?: ProxyData) => void;
 /** Mesh files, named by a plugin of the class GeomMeshFile or by an object. */
 export const Proxy: {
@@ -240,6 +308,15 @@ export const Proxy: {
   readonly readFullData: (
     ...args: (Plugin | (ProxyReadParams & ProxyDataFlags) | ProxyDataFlags | ProxyDataCallback)[]
   ) => void;
+  /**
+   * Writes a file of one object: a plugin of the class GeomStaticMesh, GeomMayaHair or GeomParticleSystem, or data. false
+   * when the library could not write it or data could not be read, undefined when an option could not be read.
+   */
+  readonly createMeshFile: (source: Plugin | MeshFileData, path: string, options?: MeshFileOptions) => boolean | undefined;
+  /** A file of several objects. With a plugin among them only the plugins are written, by the first one's renderer. */
+  readonly createCombinedMeshFile: (
+    sources: readonly (Plugin | MeshFileData)[], path: string, options?: CombinedMeshFileOptions
+  ) => boolean | undefined;
 };
 
 /** Strings, and arrays of them to any depth; other values are skipped. */

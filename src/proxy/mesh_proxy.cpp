@@ -10,6 +10,8 @@ constexpr Method kFunctions[] = {
     {"readPreviewData", ReadPreviewData},
     {"readFullData", ReadFullData},
     {"readFullDataSync", ReadFullDataSync},
+    {"createMeshFile", CreateMeshFile},
+    {"createCombinedMeshFile", CreateCombinedMeshFile},
 };
 
 }  // namespace

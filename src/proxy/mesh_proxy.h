@@ -13,5 +13,7 @@ void ReadPreviewParticles(const Arguments& info);
 void ReadPreviewData(const Arguments& info);  // mesh_reading.cpp
 void ReadFullData(const Arguments& info);
 void ReadFullDataSync(const Arguments& info);
+void CreateMeshFile(const Arguments& info);  // mesh_writing.cpp
+void CreateCombinedMeshFile(const Arguments& info);
 
 }  // namespace KilnNodeWrapper
