@@ -27,6 +27,22 @@ struct EventScopeOf {
   }
 };
 
+// What an SDK thread does with an event: `kStore` copies what the listeners need out of the record, and the
+// thread stands still until they have run.
+template <class Event, class Record, uint32_t kKind, void (*kStore)(const Record&, Event&)>
+int32_t OnSdkEvent(void* memory) {
+  const auto* record = static_cast<const Record*>(memory);
+  if (!record) return 0;
+  auto* port = static_cast<PortOf<Event>*>(record->head.user_data);
+  const PortVisit visit(port);
+  if (!visit.open()) return 0;
+  port->event.eventKind = kKind;
+  port->event.time = record->head.time;
+  kStore(*record, port->event);
+  DeliverAndWait(port);
+  return 0;
+}
+
 // Runs body(scope) unless the port is closing, then clean_up() in any case, hands what a listener threw to
 // the host, and then lets the SDK thread go on: in this order, so that the exception has been dealt with when
 // the SDK continues.

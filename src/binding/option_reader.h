@@ -5,9 +5,16 @@
 #include <v8.h>
 
 #include <cstdint>
+#include <span>
 #include <string>
 
 namespace KilnNodeWrapper {
+
+// A key that stands for a bit.
+struct KeyBit {
+  const char* key;
+  uint32_t bit;
+};
 
 class OptionReader {
  public:
@@ -41,6 +48,9 @@ class OptionReader {
   void Bit(const char* key, Bits bit, Bits* bits) {
     bool on = false;
     if (Flag(key, &on)) *bits = on ? *bits | bit : *bits & ~bit;
+  }
+  void Bits(std::span<const KeyBit> rows, uint32_t* bits) {
+    for (const KeyBit& row : rows) Bit(row.key, row.bit, bits);
   }
 
   // Reading a key threw, and not merely its conversion.

@@ -43,9 +43,14 @@ v8::MaybeLocal<v8::String> NewText(v8::Isolate* isolate, std::string_view text);
 // The same for property and event names, which are internalized.
 v8::MaybeLocal<v8::String> NewName(v8::Isolate* isolate, std::string_view text);
 
-// The text as the result of a handler, or nothing when it can't be made.
+// The text as the result of a handler, or nothing when it can't be made; null leaves undefined.
 template <class Info>
-void ReturnText(const Info& info, std::string_view text) {
+void ReturnText(const Info& info, const char* text) {
+  v8::Local<v8::String> result;
+  if (text && NewText(info.GetIsolate(), text).ToLocal(&result)) info.GetReturnValue().Set(result);
+}
+template <class Info>
+void ReturnText(const Info& info, const std::string& text) {
   v8::Local<v8::String> result;
   if (NewText(info.GetIsolate(), text).ToLocal(&result)) info.GetReturnValue().Set(result);
 }

@@ -12,11 +12,7 @@
 namespace KilnNodeWrapper {
 namespace {
 
-struct Flag {
-  const char* key;
-  uint32_t bit;
-};
-constexpr Flag kFlags[] = {
+constexpr KeyBit kFlags[] = {
     {"multipleFiles", KILN_KVW_MULTIPLE_FILES},
     {"skipAlpha", KILN_KVW_SKIP_ALPHA},
     {"frameNumber", KILN_KVW_FRAME_NUMBER},
@@ -54,7 +50,7 @@ bool ReadCompression(v8::Local<v8::Context> context, v8::Local<v8::Value> value,
 // False with an exception pending at the first key that can't be read or converted.
 bool ReadSaveOptions(v8::Local<v8::Context> context, v8::Local<v8::Object> object, KvwSaveOptions* options) {
   OptionReader keys(context, object);
-  for (const Flag& row : kFlags) {
+  for (const KeyBit& row : kFlags) {
     keys.Bit(row.key, row.bit, &options->flags);
     if (keys.Rethrow()) return false;
   }

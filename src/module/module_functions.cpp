@@ -13,11 +13,6 @@ bool frameBufferEnabled = true;
 
 namespace {
 
-void ReturnText(const Arguments& info, const char* text) {
-  v8::Local<v8::String> result;
-  if (text && NewText(info.GetIsolate(), text).ToLocal(&result)) info.GetReturnValue().Set(result);
-}
-
 // Major, minor and patch, the lower two always with two digits: 6.01.02.
 void ReturnVersion(const Arguments& info, uint32_t packed) {
   char text[32];

@@ -1,6 +1,7 @@
 #include "proxy/read_params.h"
 
 #include "binding/key_walk.h"
+#include "binding/option_reader.h"
 #include "binding/text.h"
 
 namespace KilnNodeWrapper {
@@ -40,11 +41,7 @@ constexpr ParamKey kParamKeys[] = {
     {"use_alembic_offset", &Params::use_alembic_offset},
 };
 
-struct FlagKey {
-  const char* name;
-  uint32_t bit;
-};
-constexpr FlagKey kFlagKeys[] = {
+constexpr KeyBit kFlagKeys[] = {
     {"vertices", KILN_PROXY_VERTICES},
     {"normals", KILN_PROXY_NORMALS},
     {"mtlIDs", KILN_PROXY_MATERIAL_IDS},
@@ -120,8 +117,8 @@ uint32_t ReadMeshFlags(v8::Local<v8::Context> context, v8::Local<v8::Object> obj
   WalkKeys(context, object, Unreadable::kEndsTheWalk, [&](std::string_view name, v8::Local<v8::Value> value) {
     const bool on = value->BooleanValue(v8::Isolate::GetCurrent());
     if (EqualsIgnoringCase(name, "all")) all = on;
-    for (const FlagKey& key : kFlagKeys) {
-      if (EqualsIgnoringCase(name, key.name)) flags = on ? flags | key.bit : flags & ~key.bit;
+    for (const KeyBit& row : kFlagKeys) {
+      if (EqualsIgnoringCase(name, row.key)) flags = on ? flags | row.bit : flags & ~row.bit;
     }
     return true;
   });

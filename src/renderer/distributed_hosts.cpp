@@ -3,6 +3,7 @@
 
 #include "binding/error.h"
 #include "binding/key_walk.h"
+#include "binding/option_reader.h"
 #include "binding/text.h"
 #include "module/sdk_library.h"
 #include "renderer/kiln_renderer.h"
@@ -32,11 +33,7 @@ struct ClientOptions {
   std::string http_proxy;
 };
 
-struct FlagKey {
-  const char* key;
-  uint32_t bit;
-};
-constexpr FlagKey kFlagKeys[] = {
+constexpr KeyBit kFlagKeys[] = {
     {"localRendering", KILN_DR_LOCAL_RENDERING},
     {"withBroadcastListener", KILN_DR_BROADCAST_LISTENER},
     {"pipelinedUpstream", KILN_DR_PIPELINED_UPSTREAM},
@@ -70,7 +67,7 @@ bool ReadKey(v8::Local<v8::Context> context, std::string_view key, v8::Local<v8:
     if (!ReadString(context, value, &(options->*row.text))) return false;
     options->record.*row.field = (options->*row.text).c_str();
   }
-  for (const FlagKey& row : kFlagKeys) {
+  for (const KeyBit& row : kFlagKeys) {
     if (!EqualsIgnoringCase(key, row.key)) continue;
     uint32_t& flags = options->record.flags;
     flags = value->BooleanValue(v8::Isolate::GetCurrent()) ? flags | row.bit : flags & ~row.bit;

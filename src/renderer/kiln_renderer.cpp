@@ -4,6 +4,7 @@
 
 #include "binding/async_job.h"
 #include "binding/error.h"
+#include "binding/factory.h"
 #include "binding/lazy_class.h"
 #include "binding/text.h"
 #include "elements/render_elements.h"
@@ -88,20 +89,11 @@ struct CreateRenderer {
   void Run() { handle = sdk.Kiln_KilnRenderer_create(options ? options->Record() : nullptr, &error); }
 
   int Finish(Environment& environment, v8::Local<v8::Value>* arguments) {
-    v8::Isolate* isolate = environment.isolate();
-    arguments[1] = v8::Undefined(isolate);
-    if (!handle) return MakeError(isolate, CreationError(error)).ToLocal(&arguments[0]) ? 2 : kNoCall;
-    v8::Local<v8::Context> context = isolate->GetCurrentContext();
-    v8::Local<v8::Function> function;
-    v8::Local<v8::Object> instance;
-    v8::Local<v8::Value> external = compat::NewExternal(isolate, handle);
-    const bool made = RendererTemplate(environment)->GetFunction(context).ToLocal(&function) &&
-                      function->NewInstance(context, 1, &external).ToLocal(&instance);
+    if (!handle) return FinishWithoutObject(environment, CreationError(error), arguments);
+    const int count = FinishWithObject(environment, RendererTemplate(environment),
+                                       compat::NewExternal(environment.isolate(), handle), arguments);
     Abandon();
-    if (!made) return kNoCall;
-    arguments[0] = v8::Null(isolate);
-    arguments[1] = instance;
-    return 2;
+    return count;
   }
 
   void Abandon() {
@@ -278,18 +270,15 @@ void RegisterKilnRenderer(v8::Isolate* isolate, v8::Local<v8::External> external
 void CreateKilnRenderer(const Arguments& info) {
   v8::Isolate* isolate = info.GetIsolate();
   if (!EnsureBound(isolate)) return;
-  if (info.Length() > 2) return ThrowError(isolate, "Too many agruments passed to function");
-  if (!info[0]->IsFunction() && !info[1]->IsFunction()) {
-    return ThrowError(isolate, "At least a callback function should be passed");
-  }
-  const int callback = info[1]->IsFunction() ? 1 : 0;
-  v8::Local<v8::Value> options = info[1 - callback];
+  v8::Local<v8::Value> options;
+  v8::Local<v8::Function> callback;
+  if (!ReadFactoryArguments(info, &options, &callback)) return;
   CreateRenderer operation;
   if (options->IsObject()) {
     operation.options = std::make_unique<RendererOptions>();
     operation.options->Fill(isolate->GetCurrentContext(), options.As<v8::Object>());
   }
-  Queue(info, CallbackAt(info, callback), std::move(operation));
+  Queue(info, callback, std::move(operation));
 }
 
 }  // namespace KilnNodeWrapper::KilnRendererNodeWrapper

@@ -83,18 +83,7 @@ void Store(const KilnFlagEvent& record, RendererEvent& event) {
 void Store(const KilnPlainEvent&, RendererEvent&) {}
 
 template <class Record, Kind kKind>
-int32_t OnCallback(void* memory) {
-  const auto* record = static_cast<const Record*>(memory);
-  if (!record) return 0;
-  auto* port = static_cast<PortOf<RendererEvent>*>(record->head.user_data);
-  const PortVisit visit(port);
-  if (!visit.open()) return 0;
-  port->event.eventKind = kKind;
-  port->event.time = record->head.time;
-  Store(*record, port->event);
-  DeliverAndWait(port);
-  return 0;
-}
+constexpr KilnCallback OnCallback = OnSdkEvent<RendererEvent, Record, kKind, Store>;
 
 // --- What the listeners get behind the name of the event. False drops the event.
 

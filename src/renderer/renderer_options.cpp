@@ -9,12 +9,8 @@
 namespace KilnNodeWrapper::KilnRendererNodeWrapper {
 namespace {
 
-struct FlagKey {
-  const char* key;
-  uint32_t bit;
-};
 // In the order in which they are read and reported.
-constexpr FlagKey kFlags[] = {
+constexpr KeyBit kFlags[] = {
     {"enableFrameBuffer", KILN_RENDERER_ENABLE_FRAME_BUFFER},
     {"showFrameBuffer", KILN_RENDERER_SHOW_FRAME_BUFFER},
     {"useDefaultKvwTheme", KILN_RENDERER_USE_DEFAULT_KVW_THEME},
@@ -25,7 +21,7 @@ constexpr FlagKey kFlags[] = {
     {"useKvwLog", KILN_RENDERER_USE_KVW_LOG},
 };
 // Can be set, and is not reported.
-constexpr FlagKey kUnreportedFlag = {"enableKvwPlugins", KILN_RENDERER_ENABLE_KVW_PLUGINS};
+constexpr KeyBit kUnreportedFlag = {"enableKvwPlugins", KILN_RENDERER_ENABLE_KVW_PLUGINS};
 
 struct DrawStyle {
   const char* input;
@@ -66,7 +62,7 @@ bool SetText(v8::Isolate* isolate, v8::Local<v8::Object> object, const char* key
   return object->Set(isolate->GetCurrentContext(), name, value).FromMaybe(false);
 }
 
-bool SetFlag(v8::Isolate* isolate, v8::Local<v8::Object> object, const FlagKey& row, uint32_t flags) {
+bool SetFlag(v8::Isolate* isolate, v8::Local<v8::Object> object, const KeyBit& row, uint32_t flags) {
   v8::Local<v8::String> name;
   return NewName(isolate, row.key).ToLocal(&name) &&
          object->Set(isolate->GetCurrentContext(), name, v8::Boolean::New(isolate, (flags & row.bit) != 0))
@@ -79,7 +75,7 @@ bool Report(v8::Isolate* isolate, const KilnRendererOptions& record, v8::Local<v
                known ? kDrawStyles[record.kvwDrawStyle - 1].output : "auto")) {
     return false;
   }
-  for (const FlagKey& row : kFlags) {
+  for (const KeyBit& row : kFlags) {
     if (!SetFlag(isolate, object, row, record.flags)) return false;
   }
   return SetText(isolate, object, "pluginLibraryPath", record.pluginLibraryPath) &&
@@ -93,7 +89,7 @@ void RendererOptions::Fill(v8::Local<v8::Context> context, v8::Local<v8::Object>
   ReadText(keys, "pluginLibraryPath", &plugin_library_path_, &has_plugin_library_path_);
   v8::Local<v8::Value> style;
   if (keys.Value("kvwDrawStyle").ToLocal(&style)) record_.kvwDrawStyle = ReadDrawStyle(context, style);
-  for (const FlagKey& row : kFlags) keys.Bit(row.key, row.bit, &record_.flags);
+  keys.Bits(kFlags, &record_.flags);
   keys.Bit(kUnreportedFlag.key, kUnreportedFlag.bit, &record_.flags);
   ReadText(keys, "kvwLanguage", &kvw_language_, &has_kvw_language_);
 }

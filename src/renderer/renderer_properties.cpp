@@ -38,11 +38,6 @@ void GetNumber(Name, const GetterInfo& info) {
   info.GetReturnValue().Set((sdk.*kEntry)(RendererOf(info).renderer));
 }
 
-void ReturnText(const GetterInfo& info, const char* text) {
-  v8::Local<v8::String> result;
-  if (text && NewText(info.GetIsolate(), text).ToLocal(&result)) info.GetReturnValue().Set(result);
-}
-
 // --- State of the wrapper.
 
 void GetAutoCommit(Name, const GetterInfo& info) {

@@ -12,14 +12,4 @@ int32_t InspectDepth(const Arguments& info) {
   return info[0]->Int32Value(info.GetIsolate()->GetCurrentContext()).FromMaybe(0);
 }
 
-void ReturnText(const Arguments& info, const char* text) {
-  v8::Local<v8::String> string;
-  if (text && NewText(info.GetIsolate(), text).ToLocal(&string)) info.GetReturnValue().Set(string);
-}
-
-void ReturnText(const Arguments& info, const std::string& text) {
-  v8::Local<v8::String> string;
-  if (NewText(info.GetIsolate(), text).ToLocal(&string)) info.GetReturnValue().Set(string);
-}
-
 }  // namespace KilnNodeWrapper

@@ -44,10 +44,6 @@ void GetRenderer(const Arguments& info);
 // The depth with which Node's inspector calls.
 int32_t InspectDepth(const Arguments& info);
 
-// A text of the SDK; null leaves undefined.
-void ReturnText(const Arguments& info, const char* text);
-void ReturnText(const Arguments& info, const std::string& text);
-
 // The handler of objects whose named properties are read and listed, nothing else. It sees string keys only.
 template <compat::NamedGetter kGetter, compat::NamedEnumerator kEnumerator>
 v8::NamedPropertyHandlerConfiguration ReadOnlyNames(v8::Local<v8::External> external) {

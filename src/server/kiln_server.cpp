@@ -4,6 +4,7 @@
 
 #include "binding/async_job.h"
 #include "binding/error.h"
+#include "binding/factory.h"
 #include "binding/handover.h"
 #include "binding/lazy_class.h"
 #include "module/module.h"
@@ -65,22 +66,13 @@ struct CreateServer {
   void Run() { handle = sdk.Kiln_KilnServer_create(options ? options->Record() : nullptr, &error); }
 
   int Finish(Environment& environment, v8::Local<v8::Value>* arguments) {
-    v8::Isolate* isolate = environment.isolate();
-    arguments[1] = v8::Undefined(isolate);
-    if (!handle) return MakeError(isolate, kNotCreated).ToLocal(&arguments[0]) ? 2 : kNoCall;
-    v8::Local<v8::Context> context = isolate->GetCurrentContext();
-    v8::Local<v8::Function> function;
-    v8::Local<v8::Object> instance;
+    if (!handle) return FinishWithoutObject(environment, kNotCreated, arguments);
     ServerHandover handover(handle);
-    v8::Local<v8::Value> external = handover.External(isolate);
-    const bool made = ServerTemplate(environment)->GetFunction(context).ToLocal(&function) &&
-                      function->NewInstance(context, 1, &external).ToLocal(&instance);
+    const int count = FinishWithObject(environment, ServerTemplate(environment),
+                                       handover.External(environment.isolate()), arguments);
     handle = handover.Take();
     Abandon();
-    if (!made) return kNoCall;
-    arguments[0] = v8::Null(isolate);
-    arguments[1] = instance;
-    return 2;
+    return count;
   }
 
   void Abandon() {
@@ -212,18 +204,15 @@ void RegisterKilnServer(v8::Isolate* isolate, v8::Local<v8::External> external,
 void CreateKilnServer(const Arguments& info) {
   v8::Isolate* isolate = info.GetIsolate();
   if (!EnsureBound(isolate)) return;
-  if (info.Length() > 2) return ThrowError(isolate, "Too many agruments passed to function");
-  if (!info[0]->IsFunction() && !info[1]->IsFunction()) {
-    return ThrowError(isolate, "At least a callback function should be passed");
-  }
-  const int callback = info[1]->IsFunction() ? 1 : 0;
-  v8::Local<v8::Value> options = info[1 - callback];
+  v8::Local<v8::Value> options;
+  v8::Local<v8::Function> callback;
+  if (!ReadFactoryArguments(info, &options, &callback)) return;
   CreateServer operation;
   if (options->IsObject()) {
     operation.options = std::make_unique<ServerOptions>();
     operation.options->Fill(isolate->GetCurrentContext(), options.As<v8::Object>());
   }
-  Queue(info, CallbackAt(info, callback), std::move(operation));
+  Queue(info, callback, std::move(operation));
 }
 
 }  // namespace KilnNodeWrapper

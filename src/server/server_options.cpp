@@ -7,17 +7,13 @@
 namespace KilnNodeWrapper {
 namespace {
 
-struct Flag {
-  const char* key;
-  uint32_t bit;
-};
-constexpr Flag kFlags[] = {
+constexpr KeyBit kFlags[] = {
     {"changeCurrentDirectory", KILN_SERVER_CHANGE_CURRENT_DIRECTORY},
     {"keepSceneInMemory", KILN_SERVER_KEEP_SCENE_IN_MEMORY},
     {"overwriteLocalCacheSettings", KILN_SERVER_OVERWRITE_LOCAL_CACHE_SETTINGS},
     {"runAsLiveLink", KILN_SERVER_RUN_AS_LIVE_LINK},
 };
-constexpr Flag kDr2Flags[] = {
+constexpr KeyBit kDr2Flags[] = {
     {"dr2AsDispatcher", KILN_DR2_AS_DISPATCHER},
     {"dr2RunLocalRenderServer", KILN_DR2_RUN_LOCAL_RENDER_SERVER},
     {"dr2SecureConnection", KILN_DR2_SECURE_CONNECTION},
@@ -51,14 +47,14 @@ void ServerOptions::Fill(v8::Local<v8::Context> context, v8::Local<v8::Object> o
   ReadText(keys, "remoteScenePath", &remote_scene_path_);
   ReadText(keys, "pluginLibraryPath", &plugin_library_path_);
   ReadText(keys, "includePaths", &include_paths_);
-  for (const Flag& row : kFlags) keys.Bit(row.key, row.bit, &record_.flags);
+  keys.Bits(kFlags, &record_.flags);
   keys.Int("cachedAssetsLimitType", &record_.cachedAssetsLimitType);
   double limit = 0;
   if (keys.Number("cachedAssetsLimitValue", &limit)) {
     record_.cachedAssetsLimitValue = static_cast<float>(limit);
   }
   if (sdk.Kiln_isDR2() == 0) return;
-  for (const Flag& row : kDr2Flags) keys.Bit(row.key, row.bit, &record_.dr2_flags);
+  keys.Bits(kDr2Flags, &record_.dr2_flags);
   ReadText(keys, "dr2HttpProxy", &http_proxy_);
   keys.Int("dr2WorkerThreadsPerServer", &record_.dr2WorkerThreadsPerServer);
   keys.Int("dr2ConnectTimeout", &record_.dr2ConnectTimeout);

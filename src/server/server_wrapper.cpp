@@ -24,18 +24,7 @@ void Store(const KilnProgressEvent& record, ServerEvent& event) {
 void Store(const KilnPlainEvent&, ServerEvent&) {}
 
 template <class Record, Kind kKind>
-int32_t OnCallback(void* memory) {
-  const auto* record = static_cast<const Record*>(memory);
-  if (!record) return 0;
-  auto* port = static_cast<PortOf<ServerEvent>*>(record->head.user_data);
-  const PortVisit visit(port);
-  if (!visit.open()) return 0;
-  port->event.eventKind = kKind;
-  port->event.time = record->head.time;
-  Store(*record, port->event);
-  DeliverAndWait(port);
-  return 0;
-}
+constexpr KilnCallback OnCallback = OnSdkEvent<ServerEvent, Record, kKind, Store>;
 
 using SetCallback = void (*SdkTable::*)(KilnServerHandle, const CallbackDescriptor*);
 
