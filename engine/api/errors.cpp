@@ -41,6 +41,10 @@ constexpr Sentence kSentences[] = {
     Row(ApiError::kNoLightCache, "The engine keeps no light in maps or caches that could be saved."),
     Row(ApiError::kNotResumable, "The engine cannot resume a render that was stopped."),
     Row(ApiError::kNoProfiler, "The engine has no profiler."),
+    Row(ApiError::kNotDistributed, "The engine does not share its work with other machines."),
+    Row(ApiError::kShaderNotFound, "The shader file was not found or cannot be read."),
+    Row(ApiError::kNoShader, "The file holds no source of a shader."),
+    Row(ApiError::kMalformedShader, "The shader is malformed: its declaration or its braces do not close."),
     Row(ApiError::kInternal, "The engine failed unexpectedly."),
 };
 

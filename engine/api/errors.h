@@ -22,6 +22,10 @@ enum class ApiError : int32_t {
   kNoLightCache = 37,
   kNotResumable = 38,
   kNoProfiler = 39,
+  kNotDistributed = 50,
+  kShaderNotFound = 51,
+  kNoShader = 52,
+  kMalformedShader = 53,
   kInternal = 99,
 };
 

@@ -54,6 +54,7 @@ void CallWithRecord(const Event& event, const CallbackDescriptor& callback) {
     case EventKind::kProgress:
       return Call<KilnProgressEvent>(callback, event, {.head = {}, .message = text, .first = a, .second = b});
     case EventKind::kRendererClosed:
+    case EventKind::kServerStarted:
       return Call<KilnPlainEvent>(callback, event);
     default:
       // The other kinds belong to the window and to distributed rendering.

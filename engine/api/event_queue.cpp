@@ -227,6 +227,10 @@ void EventQueue::OnRendererClosed() {
   Send(EventKind::kRendererClosed, [](Event&) {});
 }
 
+void EventQueue::OnServerStarted() {
+  Send(EventKind::kServerStarted, [](Event&) {});
+}
+
 void EventQueue::OnState(render::State from, render::State to) {
   Send(EventKind::kStateChanged, [&](Event& event) {
     event.numbers[0] = static_cast<int32_t>(from);

@@ -33,7 +33,8 @@ enum class EventKind : uint8_t {
   kContextMenu,
   kLightMix,
   kUpload,
-  kRendererClosed,
+  kRendererClosed,  // and the end of a server
+  kServerStarted,
   kCount,
 };
 
@@ -79,6 +80,7 @@ class EventQueue final : public render::RenderListener {
   static int ThreadCount();
 
   void OnRendererClosed();
+  void OnServerStarted();
 
   void OnState(render::State from, render::State to) override;
   bool WantsBuckets() const override;

@@ -12,18 +12,7 @@
 // preprocessor expand the list before it counts.
 #include "engine/api/pending.h"
 
-#include <cstring>
-
 #include "entry_points.h"
-
-namespace {
-
-// For functions that cannot fail: a host goes on with what stands in its record afterwards.
-void ZeroRecord(void* record, int32_t size) {
-  if (record && size > 0) std::memset(record, 0, static_cast<size_t>(size));
-}
-
-}  // namespace
 
 // The parameters have the names of the rows, and a failure needs none of them.
 #pragma GCC diagnostic ignored "-Wunused-parameter"

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "engine/api/blocks.h"
+#include "engine/api/plugin_links.h"
 #include "engine/api/property_access.h"
 #include "engine/scene/coerce.h"
 
@@ -146,7 +147,7 @@ int32_t Kiln_KilnRenderer_getPropertyIndexFromNameByID(KilnRendererHandle render
 const char* Kiln_KilnRenderer_getPropertyNameFromIndexByID(KilnRendererHandle renderer, KilnPluginId plugin,
                                                            int32_t index) {
   return WithInstance<const char*>(renderer, plugin, nullptr, [&](Renderer&, const Instance& instance) {
-    const std::string_view name = instance.type->OutputName(index < 0 ? 0 : static_cast<uint32_t>(index));
+    const std::string_view name = NameFromIndex(*instance.type, index);
     return name.empty() ? nullptr : name.data();
   });
 }

@@ -23,6 +23,7 @@
 #include "engine/render/sequence.h"
 #include "engine/render/session.h"
 #include "engine/scene/scene.h"
+#include "engine/utilities/host_list.h"
 #include "entry_points.h"
 
 namespace kiln::engine::api {
@@ -75,6 +76,7 @@ class Renderer {
   scene::Scene scene;
   EventQueue events;
   Denoiser denoiser;
+  HostList hosts;
 
   // A block of the caller's, its texts inside.
   KilnRendererOptions* CopyOptions() const;

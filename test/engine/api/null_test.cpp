@@ -24,8 +24,10 @@ bool CallWithZeros([[maybe_unused]] std::string_view name, R (*function)(P...)) 
     // What does work with nothing is the caller's.
     if constexpr (std::is_same_v<R, void*>) {
       if (name == "Kiln_KilnRenderer_create") Kiln_KilnRenderer_release(answer);
+      if (name == "Kiln_KilnServer_create") Kiln_KilnServer_release(answer);
       if (name.starts_with("C_memory")) C_memory_free(answer);
     }
+    if constexpr (std::is_same_v<R, HostCheckResult*>) C_memory_free(answer);
     return is_zero;
   }
 }
