@@ -42,20 +42,6 @@
 #define PENDING_Kiln_KilnRenderer_logKvwMessage ~, 0
 #define PENDING_Kiln_KilnRenderer_saveKvwToFile ~, 1
 
-/* Mesh files. */
-#define PENDING_Kiln_ProxyCommon_readProxyPreview ~, 0
-#define PENDING_Kiln_ProxyCommon_readProxyPrepare ~, 0
-#define PENDING_Kiln_ProxyCommon_readProxyFinalize ~, 0
-#define PENDING_Kiln_ProxyCommon_readProxyFullPrepare ~, 0
-#define PENDING_Kiln_ProxyCommon_readProxyFullFinalize ~, 0
-#define PENDING_Kiln_ProxyCommon_createProxyFile ~, 1
-#define PENDING_Kiln_KilnRenderer_readProxyPreview ~, 0
-#define PENDING_Kiln_KilnRenderer_readProxyPrepare ~, 0
-#define PENDING_Kiln_KilnRenderer_readProxyFinalize ~, 0
-#define PENDING_Kiln_KilnRenderer_readProxyFullPrepare ~, 0
-#define PENDING_Kiln_KilnRenderer_readProxyFullFinalize ~, 0
-#define PENDING_Kiln_KilnRenderer_createProxyFile ~, 1
-
 /* Material library. */
 #define PENDING_KiMat_init ~, 0
 #define PENDING_KiMat_unload ~,

@@ -81,6 +81,8 @@ class Inputs {
   virtual std::string_view name() const = 0;
   // The value at the frozen time, or the default.
   virtual scene::Value Get(std::string_view property) const = 0;
+  // The frozen time in frames. What asks for it is made anew for every other time.
+  virtual double Time() const { return 0; }
 
   float Float(std::string_view property) const;
   int32_t Int(std::string_view property) const;

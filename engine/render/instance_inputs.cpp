@@ -21,6 +21,11 @@ scene::Value InstanceInputs::Get(std::string_view property) const {
   return state.plain.Empty() ? declared->default_value : state.plain;
 }
 
+double InstanceInputs::Time() const {
+  if (!builder_.recording_.empty()) builder_.recording_.back().animated = true;
+  return builder_.request_->time;
+}
+
 scene::PluginRef InstanceInputs::Reference(std::string_view property) const {
   const scene::Value value = Get(property);
   const auto* reference = value.As<scene::PluginRef>();

@@ -14,6 +14,7 @@ class InstanceInputs : public Inputs {
   scene::PluginId id() const override { return instance_.id; }
   std::string_view name() const override { return instance_.name; }
   scene::Value Get(std::string_view property) const override;
+  double Time() const override;
   ColorInput ColorTexture(std::string_view property) const override;
   FloatInput FloatTexture(std::string_view property) const override;
   const Texture* TextureOf(std::string_view property) const override;
