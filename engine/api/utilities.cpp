@@ -36,18 +36,18 @@ class Description {
     static_assert(sizeof(Word) == 4);
     char bytes[4];
     std::memcpy(bytes, &word, sizeof(bytes));
-    bytes_.append(bytes, sizeof(bytes));
+    bytes_.insert(bytes_.end(), bytes, bytes + sizeof(bytes));
   }
   // The length, and the bytes with at least one NUL up to the next whole word.
   void PutText(const std::string& text) {
     Put(static_cast<int32_t>(text.size()));
-    bytes_ += text;
-    bytes_.append(4 - text.size() % 4, '\0');
+    bytes_.insert(bytes_.end(), text.begin(), text.end());
+    bytes_.resize(bytes_.size() + 4 - text.size() % 4);
   }
-  const std::string& bytes() const { return bytes_; }
+  const std::vector<char>& bytes() const { return bytes_; }
 
  private:
-  std::string bytes_;
+  std::vector<char> bytes_;
 };
 
 void PutDefault(const OslParameter& parameter, Description& description) {
@@ -69,7 +69,7 @@ void PutDefault(const OslParameter& parameter, Description& description) {
   }
 }
 
-std::string Describe(const std::vector<OslParameter>& parameters) {
+std::vector<char> Describe(const std::vector<OslParameter>& parameters) {
   Description description;
   description.Put(static_cast<int32_t>(parameters.size()));
   for (const OslParameter& parameter : parameters) {
@@ -120,10 +120,8 @@ int32_t Kiln_getOSLParameters(const char* file, void** description, uint64_t* si
     std::vector<OslParameter> parameters;
     const ApiError error = ReadShaderFile(file, &parameters);
     if (error != ApiError::kNone || !description || !size) return static_cast<int32_t>(error);
-    const std::string bytes = Describe(parameters);
-    char* block = NewBlock<char>(bytes.size());
-    std::memcpy(block, bytes.data(), bytes.size());
-    *description = block;
+    const std::vector<char> bytes = Describe(parameters);
+    *description = CopyToBlock(bytes);
     *size = bytes.size();
     return 0;
   });

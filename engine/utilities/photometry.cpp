@@ -133,6 +133,7 @@ bool IsLater(std::string_view header) {
 
 std::vector<double> Radians(const std::vector<double>& degrees, double offset) {
   std::vector<double> radians;
+  radians.reserve(degrees.size());
   for (const double angle : degrees) radians.push_back((angle + offset) * kDegree);
   return radians;
 }
