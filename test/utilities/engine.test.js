@@ -137,7 +137,8 @@ on('scanned parameters are a version and 55 words; a scan file is refused', () =
   assert.ok(words instanceof Int32Array);
   assert.strictEqual(words.length, 56);
   assert.strictEqual(words[0], 1);
-  const others = kiln.encodeScannedMaterialParams({plain: 'PL_SCRAMBLE', triplanar: {enabled: true, randomRotation: true}});
+  const triplanar = {enabled: true, randomRotation: true};
+  const others = kiln.encodeScannedMaterialParams({plain: 'PL_SCRAMBLE', triplanar});
   assert.strictEqual(others[1], 3);
   assert.strictEqual(others[51], 5);
   assert.deepStrictEqual(kiln.encodeScannedMaterialParams({}), words);
