@@ -23,6 +23,7 @@
 #include "engine/render/sequence.h"
 #include "engine/render/session.h"
 #include "engine/scene/scene.h"
+#include "engine/window/window.h"
 #include "engine/utilities/host_list.h"
 #include "entry_points.h"
 
@@ -76,6 +77,7 @@ class Renderer {
   scene::Scene scene;
   EventQueue events;
   Denoiser denoiser;
+  window::Window window;
   HostList hosts;
 
   // A block of the caller's, its texts inside.

@@ -2,7 +2,6 @@
 #include <ImfChannelList.h>
 #include <ImfFrameBuffer.h>
 #include <ImfHeader.h>
-#include <ImfIO.h>
 #include <ImfOutputFile.h>
 #include <ImfStandardAttributes.h>
 #include <ImfStringAttribute.h>
@@ -14,26 +13,10 @@
 
 #include "engine/image/codec_failure.h"
 #include "engine/image/encode.h"
+#include "engine/image/exr_stream.h"
 
 namespace kiln::engine::image {
 namespace {
-
-class MemoryOutput : public Imf::OStream {
- public:
-  explicit MemoryOutput(Bytes* bytes) : OStream("image"), bytes_(bytes) {}
-  void write(const char data[], int size) override {
-    const size_t end = position_ + static_cast<size_t>(size);
-    if (end > bytes_->size()) bytes_->resize(end);
-    std::memcpy(bytes_->data() + position_, data, static_cast<size_t>(size));
-    position_ = end;
-  }
-  uint64_t tellp() override { return position_; }
-  void seekp(uint64_t position) override { position_ = static_cast<size_t>(position); }
-
- private:
-  Bytes* bytes_;
-  size_t position_ = 0;
-};
 
 constexpr const char* kChannels[4] = {"R", "G", "B", "A"};
 
@@ -87,7 +70,7 @@ void WritePixels(Imf::OutputFile& file, const Image& image, bool half) {
 
 bool EncodeExr(const Image& image, const ExrOptions& options, Bytes* out, std::string* error) try {
   out->clear();
-  MemoryOutput stream(out);
+  ExrOutput stream(out);
   {
     Imf::OutputFile file(stream, MakeHeader(image, options), 0);
     WritePixels(file, image, options.half);
