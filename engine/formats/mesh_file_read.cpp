@@ -117,6 +117,11 @@ MeshContent PreviewAsMesh(MeshContent preview) {
 
 }  // namespace
 
+MeshFrames ReadFrames(const std::filesystem::path& file) {
+  const auto reader = MeshFileReader::Open(file);
+  return reader != nullptr ? reader->frames() : MeshFrames{};
+}
+
 double FrameOf(const MeshReadOptions& options, const MeshFrames& frames) {
   const double first = frames.first;
   const double last = std::max(frames.first, frames.last);

@@ -31,6 +31,8 @@ struct MeshReadOptions {
   float particle_width_factor = 1;
 };
 
+// The frames of a mesh file; a model has the one frame 0. Throws MeshFileFailure.
+MeshFrames ReadFrames(const std::filesystem::path& file);
 // The frame of the file that is shown.
 double FrameOf(const MeshReadOptions& options, const MeshFrames& frames);
 
@@ -56,7 +58,7 @@ class MeshReading {
   MeshListCounts counts_{};
 };
 
-// All lists but the previews. Throws MeshFileFailure.
+// All lists; a model has no previews. Throws MeshFileFailure.
 MeshContent ReadMesh(const MeshReadOptions& options);
 // The preview lists alone, with no more than so many faces, strands or particles; a mesh that is small enough
 // is its own preview. Throws MeshFileFailure.

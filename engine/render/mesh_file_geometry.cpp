@@ -1,9 +1,11 @@
 // From the lists of a mesh file to one mesh, and the files that are in use.
 #include "engine/render/mesh_file_geometry.h"
 
+#include <fmt/format.h>
+
+#include <cmath>
 #include <map>
 #include <mutex>
-#include <tuple>
 
 #include "engine/formats/mesh_file_build.h"
 #include "engine/formats/mesh_file_read.h"
@@ -25,22 +27,14 @@ constexpr size_t kMostTriangles = size_t{1} << 27;
 // A file's lists while something shows them. Any thread.
 class ContentCache {
  public:
-  std::shared_ptr<const MeshContent> Read(const MeshReadOptions& o) {
+  std::shared_ptr<const MeshContent> Read(const MeshReadOptions& o, const formats::MeshFrames& frames) {
     std::error_code error;
     const auto changed = std::filesystem::last_write_time(o.file, error);
-    const Key key{o.file.string(),
-                  error ? std::filesystem::file_time_type{} : changed,
-                  o.object_path,
-                  o.full_names,
-                  static_cast<int>(o.normals),
-                  o.smooth_angle,
-                  static_cast<int>(o.axis),
-                  static_cast<int>(o.playback),
-                  o.speed,
-                  o.offset,
-                  o.time.value_or(0),
-                  o.hair_width_factor,
-                  o.particle_width_factor};
+    const std::string key =
+        fmt::format("{}\n{}\n{} {} {} {} {} {} {} {}", o.file.string(), o.object_path, o.full_names,
+                    error ? 0 : changed.time_since_epoch().count(), static_cast<int>(o.normals),
+                    o.smooth_angle, static_cast<int>(o.axis), std::floor(formats::FrameOf(o, frames)),
+                    o.hair_width_factor, o.particle_width_factor);
     {
       const std::lock_guard lock(mutex_);
       if (auto found = contents_.find(key); found != contents_.end()) {
@@ -55,10 +49,8 @@ class ContentCache {
   }
 
  private:
-  using Key = std::tuple<std::string, std::filesystem::file_time_type, std::string, bool, int, float, int,
-                         int, float, float, double, float, float>;
   std::mutex mutex_;
-  std::map<Key, std::weak_ptr<const MeshContent>> contents_;
+  std::map<std::string, std::weak_ptr<const MeshContent>> contents_;
 };
 
 ContentCache& TheCache() {
@@ -185,8 +177,10 @@ std::unique_ptr<GeometrySource> MeshFileGeometry(const Inputs& in, const std::fi
   MeshReadOptions options =
       formats::OptionsOfProperties([&](std::string_view property) { return in.Get(property); });
   options.file = file;
-  options.time = in.Time();
-  const auto content = TheCache().Read(options);
+  const formats::MeshFrames frames = formats::ReadFrames(file);
+  // What never moves is not made anew for every frame.
+  if (frames.last > frames.first) options.time = in.Time();
+  const auto content = TheCache().Read(options, frames);
   if (!formats::InRange(content->vertex_indices, content->vertices.size()) ||
       !formats::InRange(content->normal_indices, content->normals.size()))
     throw formats::MeshFileFailure("the mesh file names vertices that it has not");
