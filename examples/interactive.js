@@ -31,6 +31,8 @@ async function main(picture = 'session.png', width = '320', height = '320') {
   renderer.keepInteractiveRunning = true;
   renderer.progressiveImageUpdatedHasBuffer = true;
   await renderer.promises.start();
+  // Waiting for events does not keep a renderer from the collector, which would close it; waiting for the end does.
+  const ended = renderer.promises.waitForRenderEnd();
 
   // While autoCommit is on, as it is from the start, a change reaches the render that runs at once.
   const { copper, lamp, camera } = renderer.plugins;
@@ -55,6 +57,8 @@ async function main(picture = 'session.png', width = '320', height = '320') {
   const { image } = await nextPicture(renderer);
   image.close();
   await renderer.getImage({ doColorCorrect: true }).promises.save(picture);
+  await renderer.promises.stop();
+  await ended;
   await renderer.promises.close();
 }
 

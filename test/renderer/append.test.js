@@ -226,6 +226,8 @@ test('classes are kept by all of them', () => {
 });
 
 test('members of a closed renderer pass a null handle', async () => {
+  // Jobs of earlier tests may still be on their way.
+  const others = recorder.live().handles.map((one) => one.handle);
   const own = open();
   own.close();
   recorder.clear();
@@ -235,7 +237,7 @@ test('members of a closed renderer pass a null handle', async () => {
   await new Promise((resolve) => own.append('a', resolve));
   await new Promise((resolve) => own.appendAsText('a', resolve));
   await new Promise((resolve) => own.appendFromBuffer(buffer('a'), resolve));
-  const calls = recorder.calls().filter((call) => call.name.startsWith(entry('append')));
+  const calls = recorder.calls().filter((call) => call.name.startsWith(entry('append')) && !others.includes(call.args[0]));
   assert.deepStrictEqual([calls.length, calls.every((call) => call.args[0] === 0n)], [6, true]);
 });
 
