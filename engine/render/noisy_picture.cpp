@@ -13,7 +13,7 @@ Plane BoxMean(const Plane& in, int radius) {
   Plane rows(in.width(), in.height(), radius);
   Plane out(in.width(), in.height(), radius);
   const float scale = 1.0f / static_cast<float>((2 * radius + 1) * (2 * radius + 1));
-  const auto row = static_cast<ptrdiff_t>(in.stride());
+  const auto row = static_cast<ptrdiff_t>(rows.stride());
   for (int y = 0; y < in.height(); ++y) {
     for (int x = 0; x < in.width(); ++x) {
       const float* p = in.data() + in.Index(x, y);

@@ -1,4 +1,7 @@
 // The callbacks that are always on, and the clearing of all of them.
+#include <algorithm>
+#include <vector>
+
 #include "module/sdk_library.h"
 #include "renderer/event_frame.h"
 #include "renderer/renderer_events.h"
@@ -70,34 +73,39 @@ bool DescribeItem(const EventScope& scope, const KilnLightMixItem& item, v8::Loc
   return object->Set(scope.context, is_applied, v8::Boolean::New(isolate, false)).FromMaybe(false);
 }
 
-// The one event whose listeners answer through its arguments. An item that can't be read stays as it was.
-void ReadApplied(const EventScope& scope, const KilnLightMixEvent& record, v8::Local<v8::Array> items) {
+// What the listeners left in an item; one that can't be read is as the SDK has it.
+uint32_t AppliedOf(const EventScope& scope, v8::Local<v8::Array> objects, uint32_t index, uint32_t before) {
   v8::Local<v8::String> is_applied;
-  if (!NewName(scope.isolate, "isApplied").ToLocal(&is_applied)) return;
-  for (int32_t i = 0; i < record.count; i++) {
-    v8::Local<v8::Value> item;
-    v8::Local<v8::Value> answer;
-    if (!items->Get(scope.context, i).ToLocal(&item) || !item->IsObject() ||
-        !item.As<v8::Object>()->Get(scope.context, is_applied).ToLocal(&answer)) {
-      continue;
-    }
-    record.items[i].is_applied = answer->BooleanValue(scope.isolate) ? 1 : 0;
+  v8::Local<v8::Value> object;
+  v8::Local<v8::Value> answer;
+  if (!NewName(scope.isolate, "isApplied").ToLocal(&is_applied) ||
+      !objects->Get(scope.context, index).ToLocal(&object) || !object->IsObject() ||
+      !object.As<v8::Object>()->Get(scope.context, is_applied).ToLocal(&answer)) {
+    return before;
   }
+  return answer->BooleanValue(scope.isolate) ? 1 : 0;
 }
 
-void EmitLightMix(const EventScope& scope, const KilnLightMixEvent& record) {
+// The one event whose listeners answer through its arguments. A listener that closes the renderer lets the
+// SDK's thread go, and the record with it: behind any JavaScript it is touched only while the port is open.
+void EmitLightMix(const EventScope& scope, const EventPort& port, const KilnLightMixEvent& record) {
   v8::Local<v8::String> name;
-  v8::Local<v8::Array> items = v8::Array::New(scope.isolate);
+  v8::Local<v8::Array> objects = v8::Array::New(scope.isolate);
+  const std::vector<KilnLightMixItem> items(record.items, record.items + std::max(record.count, 0));
+  v8::Local<v8::Value> time = v8::Number::New(scope.isolate, record.head.time);
   if (!NewName(scope.isolate, "lightMixTransferToScene").ToLocal(&name)) return;
-  for (int32_t i = 0; i < record.count; i++) {
+  for (uint32_t i = 0; i < items.size(); i++) {
     v8::Local<v8::Object> object = v8::Object::New(scope.isolate);
-    if (!DescribeItem(scope, record.items[i], object) ||
-        !items->Set(scope.context, i, object).FromMaybe(false)) {
+    if (!DescribeItem(scope, items[i], object) || !objects->Set(scope.context, i, object).FromMaybe(false)) {
       return;
     }
   }
-  v8::Local<v8::Value> values[] = {name, items, v8::Number::New(scope.isolate, record.head.time)};
-  if (!scope.Emit(3, values).IsEmpty()) ReadApplied(scope, record, items);
+  v8::Local<v8::Value> values[] = {name, objects, time};
+  if (scope.Emit(3, values).IsEmpty()) return;
+  for (uint32_t i = 0; i < items.size() && !port.closing; i++) {
+    const uint32_t applied = AppliedOf(scope, objects, i, items[i].is_applied);
+    if (!port.closing) record.items[i].is_applied = applied;
+  }
 }
 
 // The record's texts, which stand one behind the other, as an array.
@@ -133,7 +141,7 @@ void OnContextMenuEvent(uv_async_t* async) {
 void OnLightMixEvent(uv_async_t* async) {
   auto* port = static_cast<PortOf<LightMixEvent>*>(EventPort::From(async));
   HandleEvent(
-      port, [port](const EventScope& scope) { EmitLightMix(scope, *port->event.record); }, [] {});
+      port, [port](const EventScope& scope) { EmitLightMix(scope, *port, *port->event.record); }, [] {});
 }
 
 void OnUploadEvent(uv_async_t* async) {

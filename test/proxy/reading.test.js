@@ -240,7 +240,7 @@ test('the library writes straight into the lists', () => {
   recorder.once(PREPARE, prepared());
   recorder.once(FINALIZE, filled({
     '*vertices': floats(1, 2, 3, 4, 5, 6), '*edge_visibility': ints(7, 8, 9), '*uv_values': floats(1, 2, 3, 4, 5, 6, 7, 8, 9),
-    '*uv_value_indices': ints(1, 2, 3), '*voxel_info_wire_color': floats(...Array(15).keys()), '*uv_set_names': Buffer.from('größe\0b\0'),
+    '*uv_value_indices': ints(1, 2, 3), '*voxel_info_wire_color': floats(...Array(15).keys()), '*uv_set_names': Buffer.from('größe\0'),
     '*shader_names': Buffer.from('ab\0c'), '*hair_object_info_names': Buffer.from('abc'), '*particle_object_info_names': Buffer.from('\0a'),
   }));
   const object = Mesh.readFullDataSync({file: 'a'});

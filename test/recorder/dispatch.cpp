@@ -84,11 +84,12 @@ void Complete(const Row& row, const uint64_t* arguments, const Completion& compl
   if (parameter < 0) return;
   auto* const request = reinterpret_cast<KilnDenoiseRequest*>(arguments[parameter]);
   if (request == nullptr || request->completion == nullptr) return;
-  const auto finish = [request, completion] {
+  // A completion that comes late, or twice, finds the request gone.
+  const auto finish = [request, complete = request->completion, completion] {
     SleepFor(completion.delay);
     void* const image =
         completion.width > 0 ? NewImage(completion.width, completion.height, "denoise completion") : nullptr;
-    request->completion(image, request);
+    complete(image, request);
   };
   if (completion.same_thread) {
     finish();

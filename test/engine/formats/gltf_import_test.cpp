@@ -1,5 +1,6 @@
 // What a well-formed glTF document becomes.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cmath>
 #include <filesystem>
@@ -490,8 +491,7 @@ TEST_F(GltfMaterial, ImagesThatCannotBeDecodedLeaveANote) {
 class GltfFiles : public ::testing::Test {
  protected:
   void SetUp() override {
-    folder_ = std::filesystem::temp_directory_path() /
-              ("kiln_gltf_" + std::to_string(reinterpret_cast<uintptr_t>(this)));
+    folder_ = std::filesystem::temp_directory_path() / ("kiln_gltf_" + std::to_string(getpid()));
     std::filesystem::create_directories(folder_ / "sub dir");
   }
   void TearDown() override { std::filesystem::remove_all(folder_); }

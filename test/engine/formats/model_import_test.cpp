@@ -1,5 +1,6 @@
 // Model files: what an OBJ becomes, samples of other programs, and malformed input.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
@@ -33,7 +34,7 @@ const std::string kObj =
 class ModelFiles : public ::testing::Test {
  protected:
   void SetUp() override {
-    folder_ = fs::temp_directory_path() / ("kiln_model_" + std::to_string(reinterpret_cast<uintptr_t>(this)));
+    folder_ = fs::temp_directory_path() / ("kiln_model_" + std::to_string(getpid()));
     fs::create_directories(folder_ / "inner");
   }
   void TearDown() override { fs::remove_all(folder_); }
