@@ -237,9 +237,11 @@ test('elements in a worker', async () => {
       renderer.renderElements.get('diffuse'), renderer.renderElements.getAll().length]);
     renderer.close();
   `, {eval: true});
+  // The end may be told in the same turn as the message.
+  const ended = new Promise((resolve) => worker.once('exit', resolve));
   assert.deepStrictEqual(await new Promise((resolve, reject) => worker.once('message', resolve).once('error', reject)),
     [71, undefined, 0]);
-  await new Promise((resolve) => worker.once('exit', resolve));
+  await ended;
 });
 
 closeAtEnd(renderer);
