@@ -23,8 +23,8 @@
 #include "engine/render/sequence.h"
 #include "engine/render/session.h"
 #include "engine/scene/scene.h"
-#include "engine/window/window.h"
 #include "engine/utilities/host_list.h"
+#include "engine/window/window.h"
 #include "entry_points.h"
 
 namespace kiln::engine::api {
