@@ -226,12 +226,20 @@ Json WriteCommand(const Json& in) {
   return {};
 }
 
-// One argument of a direct call: a word, or memory that stays for the life of the process, since the recorder
-// may keep what it was given.
+// Memory for the life of the process, within reach so that a leak check does not take it for lost.
+char* KeptForever(size_t size) {
+  static std::mutex mutex;
+  static auto* const all = new std::vector<char*>;
+  const std::lock_guard lock(mutex);
+  return all->emplace_back(static_cast<char*>(std::malloc(size)));
+}
+
+// One argument of a direct call: a word, or memory that is never freed, since the recorder may keep what it
+// was given.
 uint64_t ToCallArgument(const Json& json, std::vector<std::pair<char*, size_t>>& memories) {
   if (!json.is_object()) return ToWord(json);
   const Memory memory = ToMemory(json);
-  auto* const address = static_cast<char*>(std::malloc(memory.bytes.size() + 1));
+  char* const address = KeptForever(memory.bytes.size() + 1);
   Place(memory, address);
   memories.emplace_back(address, memory.bytes.size());
   return reinterpret_cast<uint64_t>(address);
