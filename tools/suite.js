@@ -49,6 +49,12 @@ function countTap(text) {
   return { passed: number('pass'), failed: number('fail') + number('cancelled'), skipped: number('skipped') };
 }
 
+/** A file's output without its passed tests. */
+function withoutPassed(text) {
+  const passed = /^( *)(?:# Subtest: .*\n\1)?ok \d+.*\n(?:\1  ---\n(?:.*\n)*?\1  \.\.\.\n)?/gm;
+  return text.replace(passed, '');
+}
+
 /** Runs one program to its end; resolves to {output, code, signal}. Ends it after the seconds. */
 function finish(program, args, env, seconds = 1800) {
   return new Promise((resolve) => {
@@ -85,7 +91,7 @@ async function runTest(file, { node, nodeArgs, env }) {
   const empty = counts.passed + counts.failed + counts.skipped === 0;
   if (crashed || empty) counts.failed += 1;
   const reason = crashed ? ` (ended with ${result.signal || result.code})` : empty ? ' (ran no test)' : '';
-  return { counts, report: counts.failed > 0 ? `FAILED ${file}${reason}\n${result.output}` : null };
+  return { counts, report: counts.failed > 0 ? `FAILED ${file}${reason}\n${withoutPassed(result.output)}` : null };
 }
 
 const versions = new Map();
