@@ -1,4 +1,4 @@
-// The words of a shader source (Open Shading Language Specification 1.12, chapter 3).
+// The words of a shader source, as Open Shading Language 1.12 defines them.
 #pragma once
 
 #include <cstdint>
