@@ -1,10 +1,9 @@
 // Constant and textured domes.
 #include "engine/render/dome.h"
 
-#include <tbb/parallel_for.h>
-
 #include "engine/render/distribution.h"
 #include "engine/render/sampling.h"
+#include "engine/render/threads.h"
 
 namespace kiln::engine::render {
 namespace {
@@ -39,7 +38,9 @@ class TexturedDome : public Light {
     const Matrix& m = d.rotation;
     axes_ = {Normalize(m.c0), Normalize(m.c1), Normalize(m.c2)};
     std::vector<float> weights(static_cast<size_t>(kWidth) * kHeight);
-    tbb::parallel_for(0, kHeight, [&](int y) { FillRow(y, &weights[static_cast<size_t>(y) * kWidth]); });
+    RunPieces(kHeight, 8, [&](uint32_t begin, uint32_t end) {
+      for (uint32_t y = begin; y != end; ++y) FillRow(static_cast<int>(y), &weights[size_t{y} * kWidth]);
+    });
     distribution_ = Distribution2D(weights, kWidth, kHeight);
   }
 

@@ -1,10 +1,8 @@
 // Sampling of emissive meshes.
 #include "engine/render/mesh_light.h"
 
-#include <tbb/blocked_range.h>
-#include <tbb/parallel_for.h>
-
 #include "engine/render/sampling.h"
+#include "engine/render/threads.h"
 
 namespace kiln::engine::render {
 
@@ -18,8 +16,8 @@ MeshLight::MeshLight(const RenderScene& scene, const SceneObject& object) : scen
   std::vector<float> weights(count);
   faces_.resize(count);
   constexpr uint32_t kGrain = 512;
-  tbb::parallel_for(tbb::blocked_range<uint32_t>(0, count, kGrain), [&](const auto& range) {
-    for (uint32_t i = range.begin(); i != range.end(); ++i) {
+  RunPieces(count, kGrain, [&](uint32_t begin, uint32_t end) {
+    for (uint32_t i = begin; i != end; ++i) {
       faces_[i] = MakeFace(i);
       weights[i] = EstimatePower(i);
     }

@@ -33,13 +33,19 @@ Cache& TheCache() {
   return cache;
 }
 
+// Nobody but the cache has the slot, and nobody can get it while the cache is locked. The count alone does
+// not say that what its last user wrote is seen here; the slot's lock does.
+bool IsUnused(const std::shared_ptr<Slot>& slot) {
+  if (slot.use_count() != 1) return false;
+  const std::lock_guard lock(slot->mutex);
+  return slot->map.expired();
+}
+
 // The slot outlives its owner in the cache, so a purge never pulls it away from a thread that is decoding.
 std::shared_ptr<Slot> FindSlot(const Key& key) {
   Cache& cache = TheCache();
   const std::lock_guard lock(cache.mutex);
-  std::erase_if(cache.slots, [](const auto& entry) {
-    return entry.second.use_count() == 1 && entry.second->map.expired();
-  });
+  std::erase_if(cache.slots, [](const auto& entry) { return IsUnused(entry.second); });
   std::shared_ptr<Slot>& slot = cache.slots[key];
   if (!slot) slot = std::make_shared<Slot>();
   return slot;

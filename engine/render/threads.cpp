@@ -1,6 +1,9 @@
-// Arenas, and the start and end of the library's threads.
+// Arenas, and the start and end of the library's threads. The one file that uses oneTBB's templates: the
+// library is built without the thread sanitizer, so this file is as well, and tells it what the library
+// orders.
 #include "engine/render/threads.h"
 
+#include <tbb/blocked_range.h>
 #include <tbb/global_control.h>
 #include <tbb/parallel_for.h>
 #include <tbb/task_arena.h>
@@ -10,6 +13,7 @@
 #include <mutex>
 #include <thread>
 
+#include "engine/render/handover.h"
 #include "engine/render/session.h"
 
 namespace kiln::engine::render {
@@ -49,18 +53,30 @@ int WorkerCount(int wish) {
 void RunInArena(int workers, const std::function<void()>& body) {
   Allow(workers);
   tbb::task_arena arena(workers);
-  arena.execute(body);
+  Handover handover;
+  arena.execute([&] {
+    const Handover::Piece piece(handover);
+    body();
+  });
 }
 
 void RunWorkers(int workers, const std::function<void(int)>& body) {
   RunInArena(workers, [&] {
-    tbb::parallel_for(
-        tbb::blocked_range<int>(0, workers, 1),
-        [&body](const tbb::blocked_range<int>& range) {
-          for (int i = range.begin(); i != range.end(); ++i) body(i);
-        },
-        tbb::simple_partitioner());
+    RunPieces(static_cast<uint32_t>(workers), 1, [&body](uint32_t begin, uint32_t end) {
+      for (uint32_t i = begin; i != end; ++i) body(static_cast<int>(i));
+    });
   });
+}
+
+void RunPieces(uint32_t count, uint32_t grain, const std::function<void(uint32_t, uint32_t)>& body) {
+  Handover handover;
+  tbb::parallel_for(
+      tbb::blocked_range<uint32_t>(0, count, grain),
+      [&](const tbb::blocked_range<uint32_t>& range) {
+        const Handover::Piece piece(handover);
+        body(range.begin(), range.end());
+      },
+      tbb::simple_partitioner());
 }
 
 void InitThreads(int threads) {

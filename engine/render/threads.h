@@ -1,6 +1,7 @@
 // The engine's use of oneTBB: one handle for the library's life, and work on a chosen number of threads.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 
 namespace kiln::engine::render {
@@ -12,5 +13,8 @@ int WorkerCount(int wish);
 void RunWorkers(int workers, const std::function<void(int)>& body);
 // Runs the body so that parallel work inside it uses that many threads.
 void RunInArena(int workers, const std::function<void()>& body);
+// Runs body(begin, end) over pieces of [0, count) of about `grain` at most, on the threads of the arena that
+// it is called in. The pieces are the same whatever the number of threads.
+void RunPieces(uint32_t count, uint32_t grain, const std::function<void(uint32_t, uint32_t)>& body);
 
 }  // namespace kiln::engine::render

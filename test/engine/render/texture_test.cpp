@@ -1,6 +1,7 @@
 // Textures: texels, filtering, wrapping, transforms, sharing, and files that can't be read.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstring>
 #include <filesystem>
@@ -266,6 +267,24 @@ TEST(TextureCache, TheSameContentIsDecodedOnce) {
   for (auto& map : maps) map.reset();
   EXPECT_TRUE(watch.expired());
   EXPECT_NE(LoadTexture(bytes, true, &error), nullptr);
+}
+
+// Each image goes as soon as it came, and the next look-up of any thread clears up after it.
+TEST(TextureCache, ClearsUpAfterOtherThreads) {
+  std::vector<std::thread> threads;
+  std::atomic<int> loaded{0};
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([t, &loaded] {
+      for (int i = 0; i < 100; ++i) {
+        const auto file = Bmp(1, 1, {Rgb{static_cast<uint8_t>(t), static_cast<uint8_t>(i), 0}});
+        std::string error;
+        loaded += LoadTexture(std::as_bytes(std::span(file)), false, &error) != nullptr;
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(loaded, 400);
+  EXPECT_EQ(TextureBytes(), 0);
 }
 
 TEST(TextureCache, AChangedFileIsReadAgain) {
