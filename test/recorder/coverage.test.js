@@ -40,7 +40,9 @@ test('what a host calls through the library is written down, however the process
   const [file] = fs.readdirSync(folder);
   assert.strictEqual(fs.readFileSync(path.join(folder, file), 'utf8'), 'Kiln_isDR2\n');
   const script = path.join(paths.root, 'test', 'coverage.js');
-  const {status, stdout, stderr} = spawnSync(process.execPath, [script, folder], {encoding: 'utf8'});
+  // The script ends by its exit code, where the host does not free its heap.
+  const env = {...process.env, ASAN_OPTIONS: `${process.env.ASAN_OPTIONS || ''}:detect_leaks=0`};
+  const {status, stdout, stderr} = spawnSync(process.execPath, [script, folder], {encoding: 'utf8', env});
   assert.strictEqual(status, 1);
   assert.match(stdout, /1 of 341 entry points, \d+ exceptions, 1 processes/);
   assert.match(stderr, /Kiln_getSDKVersion is exercised by no test/);
