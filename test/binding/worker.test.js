@@ -4,38 +4,11 @@
 
 const test = require('node:test');
 const assert = require('assert');
-const path = require('path');
-const {Worker} = require('worker_threads');
 const {until, sleep, runChild} = require('../helpers');
-const {kiln, recorder, entry, setter, open, turn, collected, isEmpty} = require('../renderer/common');
+const {kiln, recorder, entry, setter, open, turn, collected} = require('../renderer/common');
+const {begin, quiet} = require('../renderer/workers');
 
 const ROUNDS = 100;
-const COMMON = path.join(__dirname, '..', 'renderer', 'common');
-
-// A worker that has run the script, which posts `ready` when it likes: {worker, ended}.
-async function begin(script, workerData = {}) {
-  const source = `
-    const {parentPort, workerData} = require('worker_threads');
-    const {kiln, recorder, open: make, turn, setter, entry} = require(${JSON.stringify(COMMON)});
-    const kept = globalThis.kept = [];
-    // Nothing else keeps an open renderer from being collected.
-    const open = () => kept[kept.push(make()) - 1];
-    const ready = () => parentPort.postMessage(0);
-    (${script})({kiln, recorder, open, turn, setter, entry, ready, workerData});`;
-  const worker = new Worker(source, {eval: true, workerData});
-  const ended = new Promise((resolve, reject) => {
-    worker.once('exit', resolve);
-    worker.once('error', reject);
-  });
-  ended.catch(() => {});
-  await Promise.race([new Promise((resolve) => worker.once('message', resolve)), ended]);
-  return {worker, ended};
-}
-
-async function quiet() {
-  await until(() => isEmpty(recorder.live()), {what: 'nothing of the SDK is held'});
-  assert.deepStrictEqual(recorder.faults(), []);
-}
 
 test.beforeEach(() => {
   recorder.clear();

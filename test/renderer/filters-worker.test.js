@@ -4,36 +4,13 @@
 
 const test = require('node:test');
 const assert = require('assert');
-const path = require('path');
-const {Worker} = require('worker_threads');
 const {until, sleep} = require('../helpers');
-const {recorder, entry, collected, isEmpty} = require('./common');
+const {recorder, entry, collected} = require('./common');
+const {begin, quiet} = require('./workers');
 
 const ROUNDS = 30;
-const COMMON = path.join(__dirname, 'common');
 const NAME = entry('loadFiltered');
 const MANY = Array.from({length: 200}, (_, i) => ['Node', `${i}`]);
-
-// A worker that runs the script, which tells `ready`: {worker, ended}.
-async function begin(script, workerData = {}) {
-  const worker = new Worker(`
-    const {parentPort, workerData} = require('worker_threads');
-    const {open} = require(${JSON.stringify(COMMON)});
-    const renderer = globalThis.kept = open();
-    (${script})(renderer, () => parentPort.postMessage(0), workerData);`, {eval: true, workerData});
-  const ended = new Promise((resolve, reject) => {
-    worker.once('exit', resolve);
-    worker.once('error', reject);
-  });
-  ended.catch(() => {});
-  await Promise.race([new Promise((resolve) => worker.once('message', resolve)), ended]);
-  return {worker, ended};
-}
-
-async function quiet() {
-  await until(() => isEmpty(recorder.live()), {what: 'nothing of the SDK is held'});
-  assert.deepStrictEqual(recorder.faults(), []);
-}
 
 test.beforeEach(() => {
   recorder.reset();
@@ -43,7 +20,8 @@ test.beforeEach(() => {
 test('terminated while the filter runs for ever', async () => {
   recorder.answer(NAME, {filter: MANY});
   for (let i = 0; i < ROUNDS; ++i) {
-    const {worker} = await begin((renderer, ready, {sync}) => {
+    const {worker} = await begin(({open, ready, workerData: {sync}}) => {
+      const renderer = open();
       const filter = () => {
         ready();
         for (;;) { /* until the end */ }
@@ -65,7 +43,8 @@ test('terminated while loads flow', async () => {
   recorder.answer(NAME, {filter: MANY});
   recorder.answer(entry('appendMultiAsBufferFiltered'), {filter: MANY});
   for (let i = 0; i < ROUNDS; ++i) {
-    const {worker} = await begin((renderer, ready) => {
+    const {worker} = await begin(({open, ready}) => {
+      const renderer = open();
       const again = () => renderer.loadFiltered('a', (type, name) => `${name}x`, again);
       const buffers = () => renderer.appendFromBufferFiltered(Buffer.alloc(10), () => true, buffers);
       again();
@@ -82,7 +61,8 @@ test('terminated while loads flow', async () => {
 test('terminated while the SDK loads', async () => {
   const gate = recorder.gate('load');
   recorder.answer(NAME, {filter: MANY, gate});
-  const {worker} = await begin((renderer, ready) => {
+  const {worker} = await begin(({open, ready}) => {
+    const renderer = open();
     renderer.loadFiltered('a', () => true, () => {});
     ready();
   });
@@ -99,7 +79,8 @@ test('terminated while the SDK loads', async () => {
 
 test('terminated with a closed renderer', async () => {
   recorder.answer(NAME, {filter: MANY});
-  const {worker} = await begin((renderer, ready) => {
+  const {worker} = await begin(({open, ready}) => {
+    const renderer = open();
     renderer.close();
     renderer.loadFiltered('a', () => {
       ready();
@@ -113,7 +94,8 @@ test('terminated with a closed renderer', async () => {
 test('ends by process.exit in the filter', async () => {
   recorder.answer(NAME, {filter: MANY});
   for (let i = 0; i < ROUNDS; ++i) {
-    const {ended} = await begin((renderer, ready, {sync}) => {
+    const {ended} = await begin(({open, ready, workerData: {sync}}) => {
+      const renderer = open();
       const filter = () => process.exit(6);
       if (sync) {
         renderer.loadFilteredSync('a', filter);
@@ -128,7 +110,8 @@ test('ends by process.exit in the filter', async () => {
 
 test('ends by an exception of the filter', async () => {
   recorder.answer(NAME, {filter: MANY});
-  const {worker, ended} = await begin((renderer, ready) => {
+  const {worker, ended} = await begin(({open, ready}) => {
+    const renderer = open();
     ready();
     renderer.loadFiltered('a', () => { throw new Error('of a filter'); }, () => {});
   });
@@ -139,7 +122,8 @@ test('ends by an exception of the filter', async () => {
 
 test('ends naturally behind its loads', async () => {
   recorder.answer(NAME, {filter: MANY});
-  const {ended} = await begin((renderer, ready) => {
+  const {ended} = await begin(({open, ready}) => {
+    const renderer = open();
     let asked = 0;
     renderer.loadFiltered('a', () => { asked++; }, () => {
       renderer.close();
