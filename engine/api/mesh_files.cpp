@@ -273,15 +273,17 @@ bool Count(MeshReading& reading, Record* record) {
 }
 
 void Fill(MeshReading& reading, Record* record) {
-  const auto fill = [&](const auto& rows) {
+  std::vector<formats::MeshListRoom> rooms;
+  const auto add = [&](const auto& rows) {
     for (const auto& row : rows) {
       if (record->*row.to != nullptr)
-        reading.Read(row.list, record->*row.to, Room(reading, *record, row.list));
+        rooms.push_back({row.list, record->*row.to, Room(reading, *record, row.list)});
     }
   };
-  fill(kFloats);
-  fill(kInts);
-  fill(kNames);
+  add(kFloats);
+  add(kInts);
+  add(kNames);
+  reading.Read(rooms);
 }
 
 int32_t Prepare(MeshReading reading, Record* record, uint64_t* token) {

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <variant>
@@ -174,6 +175,13 @@ class MeshFileWriter {
   std::vector<std::byte> data_;
 };
 
+// Where a list is to go, and how many of its elements.
+struct MeshListRoom {
+  MeshList list;
+  void* to;
+  uint64_t elements;
+};
+
 // An open container. What it reads stays the same when another file takes its name. Any thread, one at a
 // time.
 class MeshFileReader {
@@ -191,10 +199,12 @@ class MeshFileReader {
   const MeshListCounts& counts() const { return counts_; }
   // The first `elements` of a list at the selected frame, at most as many as it has; the whole list is read
   // and checked. Throws MeshFileFailure.
-  void Read(MeshList list, void* to, uint64_t elements);
+  void Read(MeshList list, void* to, uint64_t elements) const;
+  // The same for several lists, by two threads where there is much to read.
+  void Read(std::span<const MeshListRoom> rooms) const;
   // All lists at the selected frame, or the previews alone.
-  MeshContent ReadAll();
-  MeshContent ReadPreviews();
+  MeshContent ReadAll() const;
+  MeshContent ReadPreviews() const;
 
  private:
   struct Chunk {
@@ -203,7 +213,7 @@ class MeshFileReader {
   };
   MeshFileReader(int descriptor, uint64_t size) : descriptor_(descriptor), size_(size) {}
   void ReadDirectory(uint64_t chunks, uint64_t checksum);
-  void ReadInto(MeshContent& content, MeshList list);
+  MeshContent ReadFrom(MeshList first) const;
   void ReadBytes(uint64_t offset, void* to, uint64_t bytes) const;
 
   int descriptor_;

@@ -157,16 +157,20 @@ MeshReading MeshReading::OfPreviews(const MeshReadOptions& options) {
 }
 
 void MeshReading::Read(MeshList list, void* to, uint64_t elements) {
-  if (reader_ != nullptr) {
-    reader_->Read(list, to, elements);
-    return;
+  const MeshListRoom room{list, to, elements};
+  Read({&room, 1});
+}
+
+void MeshReading::Read(std::span<const MeshListRoom> rooms) {
+  if (reader_ != nullptr) return reader_->Read(rooms);
+  for (const MeshListRoom& room : rooms) {
+    std::visit(
+        [&](const auto* from) {
+          const uint64_t count = std::min<uint64_t>(room.elements, from->size());
+          if (count > 0) std::memcpy(room.to, from->data(), count * sizeof((*from)[0]));
+        },
+        ListOf(content_, room.list));
   }
-  std::visit(
-      [&](const auto* from) {
-        const uint64_t count = std::min<uint64_t>(elements, from->size());
-        if (count > 0) std::memcpy(to, from->data(), count * sizeof((*from)[0]));
-      },
-      ListOf(content_, list));
 }
 
 MeshContent ReadMesh(const MeshReadOptions& options) {

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 
 #include "engine/formats/mesh_file.h"
@@ -48,6 +49,8 @@ class MeshReading {
   const MeshListCounts& counts() const { return counts_; }
   // The first `elements` of a list, at most as many as it has. Throws MeshFileFailure.
   void Read(MeshList list, void* to, uint64_t elements);
+  // The same for several lists, by two threads where there is much to read.
+  void Read(std::span<const MeshListRoom> rooms);
 
  private:
   explicit MeshReading(MeshContent content);

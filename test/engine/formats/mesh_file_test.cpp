@@ -329,22 +329,42 @@ geometry = "mesh"
   EXPECT_EQ(ReadPreview({.file = file_}, 10000).preview_indices.size(), 6u);
 }
 
-// Printed and not asserted: the machine may be busy.
-TEST_F(MeshFileTest, SpeedOfAMillionTriangles) {
-  MeshObject big;
-  const int n = 707;
+// 2 n n triangles.
+MeshObject Waves(int n) {
+  MeshObject waves;
   for (int i = 0; i <= n; ++i) {
     for (int j = 0; j <= n; ++j)
-      big.vertices.push_back(
+      waves.vertices.push_back(
           {static_cast<float>(i), static_cast<float>(j), std::sin(static_cast<float>(i * j))});
   }
-  big.normals.assign(big.vertices.size(), {0, 0, 1});
+  waves.normals.assign(waves.vertices.size(), {0, 0, 1});
   for (int i = 0; i < n; ++i) {
     for (int j = 0; j < n; ++j) {
       const int a = i * (n + 1) + j;
-      big.faces.insert(big.faces.end(), {a, a + n + 1, a + n + 2, a, a + n + 2, a + 1});
+      waves.faces.insert(waves.faces.end(), {a, a + n + 1, a + n + 2, a, a + n + 2, a + 1});
     }
   }
+  return waves;
+}
+
+// Large enough for two threads, either of which may meet the damage.
+TEST_F(MeshFileTest, BigFilesAreReadAsSmallOnes) {
+  const MeshContent content = Content({Waves(400), Fur("fur")});
+  Write(file_, content);
+  ASSERT_GT(fs::file_size(file_), 8u << 20);
+  EXPECT_TRUE(Same(MeshFileReader::Open(file_)->ReadAll(), content));
+  const std::string bytes = Bytes();
+  for (size_t at = 8192; at < bytes.size(); at += bytes.size() / 16) {
+    std::string damaged = bytes;
+    damaged[at] = static_cast<char>(damaged[at] ^ 1);
+    Replace(damaged);
+    EXPECT_THROW(MeshFileReader::Open(file_)->ReadAll(), MeshFileFailure) << at;
+  }
+}
+
+// Printed and not asserted: the machine may be busy.
+TEST_F(MeshFileTest, SpeedOfAMillionTriangles) {
+  const MeshObject big = Waves(707);
   Write(file_, Content({big}));
   const auto seconds = [](const auto& work) {
     double best = 1e9;
@@ -366,15 +386,17 @@ TEST_F(MeshFileTest, SpeedOfAMillionTriangles) {
   MeshContent memory;
   const double full = seconds([&] {
     MeshReading reading({.file = file_}, true);
+    std::vector<MeshListRoom> rooms;
     for (size_t i = 0; i < static_cast<size_t>(MeshList::kPreviewVertices); ++i) {
       const auto list = static_cast<MeshList>(i);
       std::visit(
           [&](auto* to) {
             to->resize(reading.counts()[i]);
-            reading.Read(list, to->data(), to->size());
+            rooms.push_back({list, to->data(), to->size()});
           },
           ListOf(memory, list));
     }
+    reading.Read(rooms);
     EXPECT_EQ(memory.vertices.size(), big.vertices.size());
   });
   std::cout << "1 M triangles, " << size / 1000000 << " MB: plain read " << plain * 1000 << " ms, full data "
