@@ -1,6 +1,7 @@
 // Pixels to camera rays, and paths to sums.
 #include "engine/render/frame.h"
 
+#include "engine/render/camera_samples.h"
 #include "engine/render/layer_sums.h"
 
 namespace kiln::engine::render {
@@ -13,6 +14,13 @@ FrameRenderer::FrameRenderer(std::shared_ptr<const RenderScene> scene, int width
       window_(width, height, crop),
       spread_(scene_->camera->PixelSpread(window_.pixel_height, window_.aspect)) {}
 
+struct FrameRenderer::Pass {
+  CameraSamples samples;
+  int first, count;  // the samples of each pixel
+  const std::atomic<bool>& interrupt;
+  TraceStatistics* statistics;
+};
+
 bool FrameRenderer::RenderBucket(const Bucket& bucket, int first, int count,
                                  const std::atomic<bool>& interrupt, Film* film,
                                  TraceStatistics* statistics) const {
@@ -22,45 +30,23 @@ bool FrameRenderer::RenderBucket(const Bucket& bucket, int first, int count,
   std::vector<FilmPixel> pixels(static_cast<size_t>(bucket.width) * bucket.height);
   std::vector<float> layers(pixels.size() * stride);
   film->Load(bucket, pixels.data(), layers.data());
-  for (int y = 0; y < bucket.height; ++y) {
-    for (int x = 0; x < bucket.width; ++x) {
-      const size_t i = static_cast<size_t>(y) * bucket.width + x;
-      const bool done = stride == 0 ? RenderPixel(bucket.x + x, bucket.y + y, first, count, &pixels[i],
-                                                  interrupt, statistics)
-                                    : RenderLayers(bucket.x + x, bucket.y + y, first, count, &pixels[i],
-                                                   layout, &layers[i * stride], interrupt, statistics);
-      if (!done) return false;
-    }
+  Pass pass{{{*scene_, filter_, window_}, bucket, first, count}, first, count, interrupt, statistics};
+  for (size_t i = 0; i < pixels.size(); ++i) {
+    const bool done = stride == 0 ? RenderPixel(pass, &pixels[i])
+                                  : RenderLayers(pass, &pixels[i], layout, &layers[i * stride]);
+    if (!done) return false;
   }
   film->Store(bucket, pixels.data(), layers.data());
   return true;
 }
 
-struct FrameRenderer::PixelSample {
-  Sampler sampler;
-  Vec2 offset;  // from the pixel's centre
-  CameraRay ray;
-};
-
-inline FrameRenderer::PixelSample FrameRenderer::MakeSample(int x, int y, int index) const {
-  const Sampler sampler(static_cast<uint32_t>(x), static_cast<uint32_t>(y), static_cast<uint32_t>(index),
-                        scene_->settings.seed);
-  const Sample4 u = sampler.Get(0);
-  const Vec2 offset = filter_.Sample(u.xy());
-  const Vec2 screen =
-      window_.ToScreen({static_cast<float>(x) + 0.5f + offset.x, static_cast<float>(y) + 0.5f + offset.y});
-  return {sampler, offset, scene_->camera->Generate(screen, window_.aspect, u.zw())};
-}
-
-bool FrameRenderer::RenderPixel(int x, int y, int first, int count, FilmPixel* pixel,
-                                const std::atomic<bool>& interrupt, TraceStatistics* statistics) const {
-  for (int i = first; i < first + count; ++i) {
-    if (interrupt.load(std::memory_order_relaxed)) return false;
-    const PixelSample sample = MakeSample(x, y, i);
-    const PathResult path = integrator_.Trace(sample.ray, spread_, sample.sampler, statistics);
+bool FrameRenderer::RenderPixel(Pass& pass, FilmPixel* pixel) const {
+  for (int i = 0; i < pass.count; ++i) {
+    if (pass.interrupt.load(std::memory_order_relaxed)) return false;
+    const PathResult path = integrator_.Trace(pass.samples.Next(), spread_, pass.statistics);
     const Color radiance = path.radiance * scene_->camera->exposure();
     if (!IsFinite(radiance)) {
-      ++statistics->dropped;
+      ++pass.statistics->dropped;
       continue;
     }
     pixel->Add(radiance, path.alpha);
@@ -68,19 +54,18 @@ bool FrameRenderer::RenderPixel(int x, int y, int first, int count, FilmPixel* p
   return true;
 }
 
-bool FrameRenderer::RenderLayers(int x, int y, int first, int count, FilmPixel* pixel,
-                                 const LayerLayout& layout, float* layers, const std::atomic<bool>& interrupt,
-                                 TraceStatistics* statistics) const {
+bool FrameRenderer::RenderLayers(Pass& pass, FilmPixel* pixel, const LayerLayout& layout,
+                                 float* layers) const {
   LayerSums sums(layout, layers);
   const float exposure = scene_->camera->exposure();
-  for (int i = first; i < first + count; ++i) {
-    if (interrupt.load(std::memory_order_relaxed)) return false;
-    const PixelSample sample = MakeSample(x, y, i);
+  for (int i = pass.first; i < pass.first + pass.count; ++i) {
+    if (pass.interrupt.load(std::memory_order_relaxed)) return false;
+    const CameraSample& sample = pass.samples.Next();
     PathLayers left(layout.mask());
-    const PathResult path = integrator_.Trace(sample.ray, spread_, sample.sampler, statistics, &left);
+    const PathResult path = integrator_.Trace(sample, spread_, pass.statistics, &left);
     const Color radiance = path.radiance * exposure;
     if (!IsFinite(radiance)) {
-      ++statistics->dropped;
+      ++pass.statistics->dropped;
       continue;
     }
     pixel->Add(radiance, path.alpha);

@@ -28,14 +28,11 @@ class FrameRenderer {
   const RenderScene& scene() const { return *scene_; }
 
  private:
-  // One sample of a pixel, before it becomes a path.
-  struct PixelSample;
-  PixelSample MakeSample(int x, int y, int index) const;
-  bool RenderPixel(int x, int y, int first, int count, FilmPixel* pixel, const std::atomic<bool>& interrupt,
-                   TraceStatistics* statistics) const;
+  // What the pixels of a bucket have in common.
+  struct Pass;
+  bool RenderPixel(Pass& pass, FilmPixel* pixel) const;
   // The same, and the layout's floats of the pixel.
-  bool RenderLayers(int x, int y, int first, int count, FilmPixel* pixel, const LayerLayout& layout,
-                    float* layers, const std::atomic<bool>& interrupt, TraceStatistics* statistics) const;
+  bool RenderLayers(Pass& pass, FilmPixel* pixel, const LayerLayout& layout, float* layers) const;
 
   std::shared_ptr<const RenderScene> scene_;
   PathIntegrator integrator_;

@@ -36,10 +36,10 @@ class Path {
         spread_(spread),
         recorder_(recorder) {}
 
-  PathResult Run(const CameraRay& camera);
+  PathResult Run(const CameraSample& sample);
 
  private:
-  bool Intersect(Hit* hit);
+  void Count(const Ray& ray);
   void GatherShapeLights(float far);
   void GatherBackground();
   void GatherEmission(const SurfacePoint& point, const Hit& hit);
@@ -75,14 +75,16 @@ class Path {
 };
 
 template <class Recorder>
-PathResult Path<Recorder>::Run(const CameraRay& camera) {
+PathResult Path<Recorder>::Run(const CameraSample& sample) {
+  const CameraRay& camera = sample.ray;
+  Hit hit = sample.hit;
+  bool found = std::isfinite(hit.distance);
   ray_ = {camera.origin, camera.near, camera.direction, camera.far};
   Bsdf bsdf;
   BsdfView view;
   SurfacePoint point;
-  while (true) {
-    Hit hit;
-    const bool found = Intersect(&hit);
+  for (;; found = scene_.Intersect(ray_, &hit)) {
+    Count(ray_);
     if (scene_.channel == nullptr) GatherShapeLights(found ? hit.distance : ray_.far);
     if (!found) {
       if (scene_.channel == nullptr) GatherBackground();
@@ -119,10 +121,9 @@ PathResult Path<Recorder>::Run(const CameraRay& camera) {
 }
 
 template <class Recorder>
-bool Path<Recorder>::Intersect(Hit* hit) {
+void Path<Recorder>::Count(const Ray& ray) {
   ++statistics_->rays;
-  if (statistics_->record != nullptr) statistics_->record->push_back(ray_);
-  return scene_.Intersect(ray_, hit);
+  if (statistics_->record != nullptr) statistics_->record->push_back(ray);
 }
 
 template <class Recorder>
@@ -195,11 +196,7 @@ bool Path<Recorder>::PassesThrough(const SurfacePoint& point) {
 
 template <class Recorder>
 Color Path<Recorder>::Transmittance(Ray ray) {
-  const auto count = [&] {
-    ++statistics_->rays;
-    if (statistics_->record != nullptr) statistics_->record->push_back(ray);
-  };
-  count();
+  Count(ray);
   if (scene_.Occluded(ray)) return {};
   float transmitted = 1;
   if (scene_.all_opaque()) return {transmitted, transmitted, transmitted};
@@ -213,7 +210,7 @@ Color Path<Recorder>::Transmittance(Ray ray) {
     ray.origin = point.RayOrigin(ray.direction);
     ray.far -= hit.distance;
     ray.near = 0;
-    count();
+    Count(ray);
   }
   return {transmitted, transmitted, transmitted};
 }
@@ -278,14 +275,14 @@ bool Path<Recorder>::SurvivesRoulette(float u) {
 
 }  // namespace
 
-PathResult PathIntegrator::Trace(const CameraRay& ray, float spread, const Sampler& sampler,
+PathResult PathIntegrator::Trace(const CameraSample& sample, float spread,
                                  TraceStatistics* statistics) const {
-  return Path(scene_, strategy_, sampler, spread, statistics, NoRecorder()).Run(ray);
+  return Path(scene_, strategy_, sample.sampler, spread, statistics, NoRecorder()).Run(sample);
 }
 
-PathResult PathIntegrator::Trace(const CameraRay& ray, float spread, const Sampler& sampler,
-                                 TraceStatistics* statistics, PathLayers* layers) const {
-  return Path(scene_, strategy_, sampler, spread, statistics, PathRecorder(layers)).Run(ray);
+PathResult PathIntegrator::Trace(const CameraSample& sample, float spread, TraceStatistics* statistics,
+                                 PathLayers* layers) const {
+  return Path(scene_, strategy_, sample.sampler, spread, statistics, PathRecorder(layers)).Run(sample);
 }
 
 }  // namespace kiln::engine::render

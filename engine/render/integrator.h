@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "engine/render/camera_samples.h"
 #include "engine/render/layers.h"
 #include "engine/render/render_scene.h"
 #include "engine/render/sampler.h"
@@ -31,12 +32,11 @@ class PathIntegrator {
   explicit PathIntegrator(const RenderScene& scene, LightStrategy strategy = LightStrategy::kBoth)
       : scene_(scene), strategy_(strategy) {}
 
-  // The radiance along a camera ray; `spread` is the angle of a pixel. The sampler's group 0 is the caller's.
-  PathResult Trace(const CameraRay& ray, float spread, const Sampler& sampler,
-                   TraceStatistics* statistics) const;
+  // The radiance along a camera ray; `spread` is the angle of a pixel.
+  PathResult Trace(const CameraSample& sample, float spread, TraceStatistics* statistics) const;
   // The same path, and what it leaves in the layers that `layers` wants; the others are left as they were or
   // not. The light of the light layers adds up to the radiance.
-  PathResult Trace(const CameraRay& ray, float spread, const Sampler& sampler, TraceStatistics* statistics,
+  PathResult Trace(const CameraSample& sample, float spread, TraceStatistics* statistics,
                    PathLayers* layers) const;
 
  private:

@@ -45,17 +45,25 @@ ScenePtr NewTopLevel(RTCDevice device) {
   return scene;
 }
 
+void Prepare(const Ray& ray, RTCRayHit* query) {
+  query->ray = ToEmbree(ray);
+  query->hit.geomID = RTC_INVALID_GEOMETRY_ID;
+  query->hit.instID[0] = RTC_INVALID_GEOMETRY_ID;
+}
+
+bool ReadHit(const RTCRayHit& query, Hit* hit) {
+  if (query.hit.geomID == RTC_INVALID_GEOMETRY_ID) return false;
+  *hit = {query.ray.tfar, query.hit.instID[0], query.hit.primID, query.hit.u, query.hit.v};
+  return true;
+}
+
 bool Nearest(RTCScene scene, const Ray& ray, Hit* hit) {
   RTCIntersectContext context;
   rtcInitIntersectContext(&context);
   RTCRayHit query;
-  query.ray = ToEmbree(ray);
-  query.hit.geomID = RTC_INVALID_GEOMETRY_ID;
-  query.hit.instID[0] = RTC_INVALID_GEOMETRY_ID;
+  Prepare(ray, &query);
   rtcIntersect1(scene, &context, &query);
-  if (query.hit.geomID == RTC_INVALID_GEOMETRY_ID) return false;
-  *hit = {query.ray.tfar, query.hit.instID[0], query.hit.primID, query.hit.u, query.hit.v};
-  return true;
+  return ReadHit(query, hit);
 }
 
 // Whether the ray passes the box by. A direction along a face makes a NaN there, which decides nothing.
@@ -235,6 +243,18 @@ void RenderScene::BuildLights() {
 
 bool RenderScene::Intersect(const Ray& ray, Hit* hit) const {
   return Nearest(top_.get(), ray, hit);
+}
+
+void RenderScene::IntersectBundle(std::span<const Ray> rays, Hit* hits) const {
+  RTCIntersectContext context;
+  rtcInitIntersectContext(&context);
+  context.flags = RTC_INTERSECT_CONTEXT_FLAG_COHERENT;
+  RTCRayHit queries[kBundle];
+  for (size_t i = 0; i < rays.size(); ++i) Prepare(rays[i], &queries[i]);
+  rtcIntersect1M(top_.get(), &context, queries, static_cast<unsigned>(rays.size()), sizeof(RTCRayHit));
+  for (size_t i = 0; i < rays.size(); ++i) {
+    if (!ReadHit(queries[i], &hits[i])) hits[i] = {};
+  }
 }
 
 bool RenderScene::IntersectClear(const Ray& ray, Hit* hit) const {

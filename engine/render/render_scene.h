@@ -5,6 +5,7 @@
 #include <embree3/rtcore.h>
 
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -122,6 +123,10 @@ class RenderScene {
   void Finish(RTCDevice device);
 
   bool Intersect(const Ray& ray, Hit* hit) const;
+  // The same for up to kBundle rays that start near each other in similar directions, a hit for each; its
+  // distance is infinite where there is none.
+  static constexpr size_t kBundle = 16;
+  void IntersectBundle(std::span<const Ray> rays, Hit* hits) const;
   // Whether an opaque object is in the way, which is told faster than what is nearest.
   bool Occluded(const Ray& ray) const;
   bool all_opaque() const { return all_opaque_; }

@@ -54,6 +54,7 @@ struct Sample4 {
 
 class Sampler {
  public:
+  Sampler() = default;
   Sampler(uint32_t pixel_x, uint32_t pixel_y, uint32_t sample, uint32_t seed)
       : base_(HashCombine(HashCombine(HashCombine(seed, 0x68bc21ebu), pixel_x), pixel_y)), index_(sample) {}
 
@@ -61,8 +62,8 @@ class Sampler {
   Sample4 Get(uint32_t group) const;
 
  private:
-  uint32_t base_;
-  uint32_t index_;
+  uint32_t base_ = 0;
+  uint32_t index_ = 0;
 };
 
 }  // namespace kiln::engine::render
