@@ -12,6 +12,7 @@
 
 #include "engine/formats/mesh_file_build.h"
 #include "engine/formats/mesh_file_read.h"
+#include "test/engine/formats/mesh_samples.h"
 
 namespace kiln::engine::formats {
 namespace {
@@ -38,46 +39,6 @@ class MeshFileTest : public ::testing::Test {
 
   fs::path folder_, file_;
 };
-
-MeshObject Square(const std::string& name, float z) {
-  MeshObject o;
-  o.name = name;
-  o.vertices = {{0, 0, z}, {1, 0, z}, {1, 1, z}, {0, 1, z}};
-  o.faces = {0, 1, 2, 0, 2, 3};
-  o.normals = {{0, 0, 1}};
-  o.face_normals = {0, 0, 0, 0, 0, 0};
-  o.velocities = {{1, 0, 0}, {2, 0, 0}, {3, 0, 0}, {4, 0, 0}};
-  o.material_ids = {7, 8};
-  o.edge_visibility = {0b011'101};
-  o.maps = {{3, "map", {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}}, {0, 1, 2, 0, 2, 1}}};
-  o.shaders = {{7, "red"}, {8, "blue"}};
-  return o;
-}
-
-MeshObject Fur(const std::string& name) {
-  MeshObject o;
-  o.name = name;
-  o.hair_vertices = {{0, 0, 0}, {0, 1, 0}, {1, 0, 0}, {1, 1, 0}, {1, 2, 0}};
-  o.strands = {2, 3};
-  o.hair_widths = {0.1f, 0.2f, 0.3f, 0.4f, 0.5f};
-  o.particles = {{5, 5, 5}, {6, 6, 6}};
-  o.particle_widths = {0.5f, 0.25f};
-  return o;
-}
-
-MeshContent Content(std::vector<MeshObject> objects, const BuildOptions& options = {}) {
-  for (size_t i = 0; i < objects.size(); ++i) {
-    objects[i].id = static_cast<int32_t>(10 + i);
-    CheckObject(objects[i]);
-  }
-  std::vector<VoxelPlan> plans;
-  MeshContent content = BuildContent(objects, options, &plans);
-  content.wire_colors.assign(objects.size(), {0.5f, 0.25f, 1});
-  content.smoothed.assign(objects.size(), 1);
-  content.flip_normals.assign(objects.size(), 0);
-  AddPreviews(content, options);
-  return content;
-}
 
 bool Same(MeshContent a, MeshContent b) {
   for (size_t i = 0; i < kMeshLists; ++i) {
@@ -284,6 +245,62 @@ TEST_F(MeshFileTest, AChangedByteIsSeenOrMeansNothing) {
     for (size_t n = 1 + random() % 8; n > 0; --n)
       damaged[random() % damaged.size()] = static_cast<char>(random());
     expect_error_or_same(damaged, round);
+  }
+}
+
+// Reads in every way that a host can ask for; what fails says so.
+void ReadInEveryWay(const fs::path& file) {
+  const auto attempt = [](const auto& read) {
+    try {
+      read();
+      return true;
+    } catch (const MeshFileFailure&) {
+      return false;
+    }
+  };
+  MeshReadOptions o{.file = file, .normals = MeshNormals::kAlways, .axis = MeshAxis::kYUpToZUp};
+  const bool sound = attempt([&] { EXPECT_EQ(CheckLengths(CountLists(ReadMesh({.file = file}))), ""); });
+  attempt([&] { EXPECT_EQ(CheckLengths(CountLists(ReadMesh(o))), ""); });
+  for (const char* name : {"a", "b"}) {
+    o.object_path = name;
+    attempt([&] { EXPECT_EQ(CheckLengths(CountLists(ReadMesh(o))), ""); });
+  }
+  for (const uint64_t most : {1, 1000}) {
+    attempt([&] {
+      const MeshContent preview = ReadPreview({.file = file}, most);
+      EXPECT_LE(preview.preview_indices.size(), 3 * most);
+      EXPECT_TRUE(InRange(preview.preview_indices, preview.preview_vertices.size()));
+      EXPECT_TRUE(FitStrands(preview.preview_strands, preview.preview_hair_vertices.size()));
+    });
+  }
+  attempt([&] { MeshReading::OfPreviews({.file = file}); });
+  if (!sound) {
+    EXPECT_THROW(ReadMesh({.file = file}), MeshFileFailure);
+  }
+}
+
+// Lists of other lengths and numbers that lead nowhere, as a faulty writer would seal them.
+TEST_F(MeshFileTest, SealedDamageCostsNothing) {
+  Write(file_, Content({Square("a", 0), Fur("b")}));
+  const std::string bytes = Bytes();
+  const auto read_sealed = [&](std::string damaged) {
+    Seal(std::as_writable_bytes(std::span(damaged)));
+    Replace(damaged);
+    ReadInEveryWay(file_);
+  };
+  read_sealed(bytes);
+  EXPECT_EQ(ReadMesh({.file = file_}).vertices, Square("", 0).vertices);
+  std::mt19937 random(9);
+  for (size_t round = 0; round < 2000; ++round) {
+    std::string damaged = bytes;
+    for (size_t n = 1 + random() % 4; n > 0; --n) {
+      const char kinds[] = {static_cast<char>(random()), 0, -1, 0x7f, 1};
+      const size_t run = random() % 3 == 0 ? 4 : 1;
+      const size_t at = random() % damaged.size() / run * run;
+      damaged.replace(at, std::min(run, damaged.size() - at), run, kinds[random() % std::size(kinds)]);
+    }
+    if (random() % 8 == 0) damaged.resize(random() % damaged.size());
+    read_sealed(damaged);
   }
 }
 
