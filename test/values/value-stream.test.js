@@ -21,8 +21,6 @@ const plugin = renderer.plugins.some;
 const SET = 'Kiln_KilnRenderer_setPropertyBytesValueAtTimeByID';
 const ALL_ONES = 0xFFFFFFFFFFFFFFFFn;
 
-test.after && test.after(() => renderer.close());
-
 // The stream that an assignment makes.
 function written(value) {
   assert.strictEqual(plugin.setValue('p', value), true);
@@ -334,4 +332,5 @@ test('random streams do nothing worse than to be no value', () => {
 
 test('nothing of a stream stays behind', async () => {
   await until(() => recorder.live().blocks.length === 0);
+  renderer.close();
 });
