@@ -1,6 +1,5 @@
 // Varnish of index 1.5 over a matte ground.
-#include "engine/render/closure_inputs.h"
-#include "engine/render/inputs.h"
+#include "engine/scene/classes/normal_map.h"
 
 namespace kiln::engine::scene {
 namespace {
@@ -26,7 +25,7 @@ std::unique_ptr<render::Material> Make(const render::Inputs& in) {
   material->base = in.ColorTexture("baseColor");
   material->amount = in.FloatTexture("amount");
   material->roughness = in.FloatTexture("roughness");
-  material->bump = {in.TextureOf("normalMap"), in.Float("normalScale")};
+  material->bump = ReadNormalMap(in);
   return material;
 }
 
@@ -48,8 +47,8 @@ PluginClass Describe() {
                Color{0.5f, 0.5f, 0.5f},
                "Reflectance of the ground, times the vertex colour.",
                {0, 1}},
-              {"normalMap", Type::kTexture, PluginRef{}, "Normals in tangent space, as colours."},
-              {"normalScale", Type::kFloat, 1.0f, "Factor on the slopes of the normal map."},
+              NormalMapRow(),
+              NormalScaleRow(),
           },
       .evaluation = {.material = Make},
   };

@@ -1,6 +1,5 @@
 // A metal: GGX reflection with Schlick's Fresnel and compensated multiple scattering.
-#include "engine/render/closure_inputs.h"
-#include "engine/render/inputs.h"
+#include "engine/scene/classes/normal_map.h"
 
 namespace kiln::engine::scene {
 namespace {
@@ -24,7 +23,7 @@ std::unique_ptr<render::Material> Make(const render::Inputs& in) {
   material->f0 = in.ColorTexture("f0");
   material->f90 = in.ColorTexture("f90");
   material->roughness = in.FloatTexture("roughness");
-  material->bump = {in.TextureOf("normalMap"), in.Float("normalScale")};
+  material->bump = ReadNormalMap(in);
   return material;
 }
 
@@ -46,8 +45,8 @@ PluginClass Describe() {
                0.2f,
                "From mirror to rough; its square is the alpha of GGX.",
                {0, 1}},
-              {"normalMap", Type::kTexture, PluginRef{}, "Normals in tangent space, as colours."},
-              {"normalScale", Type::kFloat, 1.0f, "Factor on the slopes of the normal map."},
+              NormalMapRow(),
+              NormalScaleRow(),
           },
       .evaluation = {.material = Make},
   };

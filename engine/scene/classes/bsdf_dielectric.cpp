@@ -1,7 +1,6 @@
 // A refracting boundary: glass, water, gems.
 #include "engine/render/bsdf_albedo.h"
-#include "engine/render/closure_inputs.h"
-#include "engine/render/inputs.h"
+#include "engine/scene/classes/normal_map.h"
 
 namespace kiln::engine::scene {
 namespace {
@@ -29,7 +28,7 @@ std::unique_ptr<render::Material> Make(const render::Inputs& in) {
   material->roughness = in.FloatTexture("roughness");
   const float ior = in.Float("ior");
   material->glass = render::DielectricTable::For(ior > 0 ? std::clamp(ior, 0.1f, 10.0f) : 1.0f);
-  material->bump = {in.TextureOf("normalMap"), in.Float("normalScale")};
+  material->bump = ReadNormalMap(in);
   return material;
 }
 
@@ -58,8 +57,8 @@ PluginClass Describe() {
                Color{1, 1, 1},
                "Factor on what passes each time, times the vertex colour.",
                {0, 1}},
-              {"normalMap", Type::kTexture, PluginRef{}, "Normals in tangent space, as colours."},
-              {"normalScale", Type::kFloat, 1.0f, "Factor on the slopes of the normal map."},
+              NormalMapRow(),
+              NormalScaleRow(),
           },
       .evaluation = {.material = Make},
   };

@@ -1,6 +1,5 @@
 // Matte reflection and, for leaves and paper, matte transmission (Lambert).
-#include "engine/render/closure_inputs.h"
-#include "engine/render/inputs.h"
+#include "engine/scene/classes/normal_map.h"
 
 namespace kiln::engine::scene {
 namespace {
@@ -25,7 +24,7 @@ std::unique_ptr<render::Material> Make(const render::Inputs& in) {
   auto material = std::make_unique<DiffuseBsdf>();
   material->reflectance = in.ColorTexture("reflectance");
   material->transmittance = in.ColorTexture("transmittance");
-  material->bump = {in.TextureOf("normalMap"), in.Float("normalScale")};
+  material->bump = ReadNormalMap(in);
   return material;
 }
 
@@ -42,8 +41,8 @@ PluginClass Describe() {
                "What is reflected, times the vertex colour.",
                {0, 1}},
               {"transmittance", Type::kTexture, Color{0, 0, 0}, "What passes to the other side.", {0, 1}},
-              {"normalMap", Type::kTexture, PluginRef{}, "Normals in tangent space, as colours."},
-              {"normalScale", Type::kFloat, 1.0f, "Factor on the slopes of the normal map."},
+              NormalMapRow(),
+              NormalScaleRow(),
           },
       .evaluation = {.material = Make},
   };

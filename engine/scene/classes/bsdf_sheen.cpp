@@ -1,7 +1,6 @@
 // The sheen of cloth (Estevez and Kulla 2017, "Production Friendly Microfacet Sheen BRDF") over a matte
 // ground.
-#include "engine/render/closure_inputs.h"
-#include "engine/render/inputs.h"
+#include "engine/scene/classes/normal_map.h"
 
 namespace kiln::engine::scene {
 namespace {
@@ -24,7 +23,7 @@ std::unique_ptr<render::Material> Make(const render::Inputs& in) {
   material->color = in.ColorTexture("color");
   material->base = in.ColorTexture("baseColor");
   material->roughness = in.FloatTexture("roughness");
-  material->bump = {in.TextureOf("normalMap"), in.Float("normalScale")};
+  material->bump = ReadNormalMap(in);
   return material;
 }
 
@@ -42,8 +41,8 @@ PluginClass Describe() {
                Color{0, 0, 0},
                "Reflectance of the ground, times the vertex colour.",
                {0, 1}},
-              {"normalMap", Type::kTexture, PluginRef{}, "Normals in tangent space, as colours."},
-              {"normalScale", Type::kFloat, 1.0f, "Factor on the slopes of the normal map."},
+              NormalMapRow(),
+              NormalScaleRow(),
           },
       .evaluation = {.material = Make},
   };

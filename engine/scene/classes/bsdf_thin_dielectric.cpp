@@ -1,6 +1,5 @@
 // A sheet so thin that it does not bend light: panes, bubbles, foil.
-#include "engine/render/closure_inputs.h"
-#include "engine/render/inputs.h"
+#include "engine/scene/classes/normal_map.h"
 
 namespace kiln::engine::scene {
 namespace {
@@ -29,7 +28,7 @@ std::unique_ptr<render::Material> Make(const render::Inputs& in) {
   const float ior = in.Float("ior");
   const float ratio = ior > 0 && std::isfinite(ior) ? (ior - 1) / (ior + 1) : 0;
   material->f0 = ratio * ratio;
-  material->bump = {in.TextureOf("normalMap"), in.Float("normalScale")};
+  material->bump = ReadNormalMap(in);
   return material;
 }
 
@@ -56,8 +55,8 @@ PluginClass Describe() {
                Color{1, 1, 1},
                "Factor on what passes, times the vertex colour.",
                {0, 1}},
-              {"normalMap", Type::kTexture, PluginRef{}, "Normals in tangent space, as colours."},
-              {"normalScale", Type::kFloat, 1.0f, "Factor on the slopes of the normal map."},
+              NormalMapRow(),
+              NormalScaleRow(),
           },
       .evaluation = {.material = Make},
   };

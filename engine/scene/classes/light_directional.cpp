@@ -1,7 +1,7 @@
 // Parallel light from far away, or from a small disk of sky.
-#include "engine/render/inputs.h"
 #include "engine/render/light.h"
 #include "engine/render/sampling.h"
+#include "engine/scene/classes/light_rows.h"
 
 namespace kiln::engine::scene {
 namespace {
@@ -53,9 +53,9 @@ class DirectionalLight : public render::Light {
 };
 
 std::unique_ptr<render::Light> Make(const render::Inputs& in) {
-  const Color irradiance = in.Color("color") * in.Float("intensity");
+  const Color irradiance = ReadLight(in);
   const Vec3 to_light = Normalize(in.Transform("transform").matrix.c2);
-  if (!in.Bool("enabled") || IsBlack(irradiance) || !(Length(to_light) > 0)) return nullptr;
+  if (IsBlack(irradiance) || !(Length(to_light) > 0)) return nullptr;
   return std::make_unique<DirectionalLight>(to_light, irradiance, in.Float("angle"));
 }
 
@@ -68,9 +68,9 @@ PluginClass Describe() {
           {
               {"transform", Type::kTransform, Transform{}, "Orientation; place and scale are ignored."},
               {"angle", Type::kFloat, 0.0f, "Angular diameter; 0 casts hard shadows.", {0, 179}, "deg"},
-              {"color", Type::kColor, Color{1, 1, 1}, "Colour of the light."},
+              LightColorRow(),
               {"intensity", Type::kFloat, 1.0f, "Irradiance of a surface that faces it.", {0}, "W/m^2"},
-              {"enabled", Type::kBoolean, true, "Whether it shines."},
+              LightEnabledRow(),
           },
       .evaluation = {.light = Make},
   };

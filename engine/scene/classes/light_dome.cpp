@@ -1,6 +1,6 @@
 // Light from all around, constant or from a lat-long picture.
 #include "engine/render/dome.h"
-#include "engine/render/inputs.h"
+#include "engine/scene/classes/light_rows.h"
 
 namespace kiln::engine::scene {
 namespace {
@@ -26,7 +26,7 @@ PluginClass Describe() {
       .properties =
           {
               {"transform", Type::kTransform, Transform{}, "Orientation; place and scale are ignored."},
-              {"color", Type::kColor, Color{1, 1, 1}, "Colour of the light."},
+              LightColorRow(),
               {"intensity",
                Type::kFloat,
                1.0f,
@@ -35,7 +35,7 @@ PluginClass Describe() {
                "W/(m^2 sr)"},
               {"texture", Type::kTexture, Color{1, 1, 1}, "A lat-long picture."},
               {"visibleToCamera", Type::kBoolean, true, "Whether the camera sees it behind the scene."},
-              {"enabled", Type::kBoolean, true, "Whether it shines."},
+              LightEnabledRow(),
           },
       .evaluation = {.light = Make},
   };

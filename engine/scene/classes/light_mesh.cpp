@@ -1,8 +1,8 @@
 // A geometry that is a light by itself.
 #include "engine/render/bsdf.h"
-#include "engine/render/inputs.h"
 #include "engine/render/mesh.h"
 #include "engine/render/shading.h"
+#include "engine/scene/classes/light_rows.h"
 
 namespace kiln::engine::scene {
 namespace {
@@ -42,7 +42,7 @@ std::unique_ptr<render::Material> Make(const render::Inputs& in) {
   material->color = in.ColorTexture("color");
   material->double_sided = in.Bool("doubleSided") && geometry->mesh().double_sided();
   material->radiance = in.Float("intensity");
-  if (in.Int("intensityUnit") == 1) {
+  if (IsPower(in)) {
     const double area = AreaOf(geometry->mesh(), in.Transform("transform").matrix);
     if (!(area > 0)) return nullptr;
     material->radiance /= static_cast<float>(area * kPi * (material->double_sided ? 2 : 1));
@@ -60,12 +60,9 @@ PluginClass Describe() {
               {"geometry", Type::kPlugin, PluginRef{}, "What shines, a geometry source."},
               {"transform", Type::kTransform, Transform{}, "Place, orientation and scale."},
               {"color", Type::kTexture, Color{1, 1, 1}, "Colour of the light.", {0}},
-              {"intensity", Type::kFloat, 1.0f, "Radiance or power, see intensityUnit.", {0}},
-              {"intensityUnit",
-               Type::kInt,
-               0,
-               "0: radiance, W/(m^2 sr). 1: power of the whole light where its colour is white, W.",
-               {0, 1}},
+              GlowRow(),
+              GlowUnitRow(
+                  "0: radiance, W/(m^2 sr). 1: power of the whole light where its colour is white, W."),
               {"doubleSided", Type::kBoolean, false, "Whether the back shines as well."},
               {"visibleToCamera", Type::kBoolean, true,
                "Whether the camera sees it; light and mirrors always do."},

@@ -1,6 +1,6 @@
 // Light from a point, the same in all directions.
-#include "engine/render/inputs.h"
 #include "engine/render/light.h"
+#include "engine/scene/classes/light_rows.h"
 
 namespace kiln::engine::scene {
 namespace {
@@ -29,8 +29,8 @@ class PointLight : public render::Light {
 };
 
 std::unique_ptr<render::Light> Make(const render::Inputs& in) {
-  const Color intensity = in.Color("color") * in.Float("intensity");
-  if (!in.Bool("enabled") || IsBlack(intensity)) return nullptr;
+  const Color intensity = ReadLight(in);
+  if (IsBlack(intensity)) return nullptr;
   return std::make_unique<PointLight>(Offset(in.Transform("transform")), intensity);
 }
 
@@ -42,9 +42,9 @@ PluginClass Describe() {
       .properties =
           {
               {"transform", Type::kTransform, Transform{}, "Place; orientation and scale are ignored."},
-              {"color", Type::kColor, Color{1, 1, 1}, "Colour of the light."},
+              LightColorRow(),
               {"intensity", Type::kFloat, 1.0f, "Radiant intensity.", {0}, "W/sr"},
-              {"enabled", Type::kBoolean, true, "Whether it shines."},
+              LightEnabledRow(),
           },
       .evaluation = {.light = Make},
   };

@@ -1,9 +1,9 @@
 // A glowing rectangle.
-#include "engine/render/inputs.h"
 #include "engine/render/light.h"
 #include "engine/render/sampling.h"
 #include "engine/render/shading.h"
 #include "engine/render/spherical_rectangle.h"
+#include "engine/scene/classes/light_rows.h"
 
 namespace kiln::engine::scene {
 namespace {
@@ -141,13 +141,13 @@ std::unique_ptr<render::Light> Make(const render::Inputs& in) {
   d.transform = in.Transform("transform");
   d.width = in.Float("width");
   d.height = in.Float("height");
-  d.radiance = in.Color("color") * in.Float("intensity");
+  d.radiance = ReadLight(in);
   d.texture = in.ColorTexture("texture");
   d.double_sided = in.Bool("doubleSided");
   d.visible = in.Bool("visibleToCamera");
   const float area = Length(Cross(d.transform.matrix.c0 * d.width, d.transform.matrix.c1 * d.height));
-  if (!in.Bool("enabled") || IsBlack(d.radiance) || !(area > 0) || !std::isfinite(area)) return nullptr;
-  if (in.Int("intensityUnit") == 1) d.radiance *= 1 / (kPi * area * (d.double_sided ? 2.0f : 1.0f));
+  if (IsBlack(d.radiance) || !(area > 0) || !std::isfinite(area)) return nullptr;
+  if (IsPower(in)) d.radiance *= 1 / (kPi * area * (d.double_sided ? 2.0f : 1.0f));
   return std::make_unique<RectangleLight>(d);
 }
 
@@ -162,17 +162,13 @@ PluginClass Describe() {
                "Place and orientation; scale multiplies the size."},
               {"width", Type::kFloat, 1.0f, "Size along X.", {0}, "m"},
               {"height", Type::kFloat, 1.0f, "Size along Y.", {0}, "m"},
-              {"color", Type::kColor, Color{1, 1, 1}, "Colour of the light."},
-              {"intensity", Type::kFloat, 1.0f, "Radiance or power, see intensityUnit.", {0}},
-              {"intensityUnit",
-               Type::kInt,
-               0,
-               "0: radiance, W/(m^2 sr). 1: power of the whole light, W.",
-               {0, 1}},
+              LightColorRow(),
+              GlowRow(),
+              GlowUnitRow(kGlowUnits),
               {"doubleSided", Type::kBoolean, false, "Whether it shines to +Z as well."},
               {"visibleToCamera", Type::kBoolean, true, "Whether the camera sees it."},
               {"texture", Type::kTexture, Color{1, 1, 1}, "A picture on it, which multiplies its radiance."},
-              {"enabled", Type::kBoolean, true, "Whether it shines."},
+              LightEnabledRow(),
           },
       .evaluation = {.light = Make},
   };

@@ -1,7 +1,7 @@
 // A glowing ball.
-#include "engine/render/inputs.h"
 #include "engine/render/light.h"
 #include "engine/render/sampling.h"
+#include "engine/scene/classes/light_rows.h"
 
 namespace kiln::engine::scene {
 namespace {
@@ -70,9 +70,9 @@ class SphereLight : public render::Light {
 std::unique_ptr<render::Light> Make(const render::Inputs& in) {
   const Transform transform = in.Transform("transform");
   const float radius = in.Float("radius") * std::cbrt(std::abs(Determinant(transform.matrix)));
-  Color radiance = in.Color("color") * in.Float("intensity");
-  if (!in.Bool("enabled") || IsBlack(radiance) || !(radius > 0)) return nullptr;
-  if (in.Int("intensityUnit") == 1) radiance *= 1 / (4 * kPi * kPi * radius * radius);
+  Color radiance = ReadLight(in);
+  if (IsBlack(radiance) || !(radius > 0)) return nullptr;
+  if (IsPower(in)) radiance *= 1 / (4 * kPi * kPi * radius * radius);
   return std::make_unique<SphereLight>(Offset(transform), radius, radiance, in.Bool("visibleToCamera"));
 }
 
@@ -86,15 +86,11 @@ PluginClass Describe() {
               {"transform", Type::kTransform, Transform{},
                "Place of the centre; scale multiplies the radius."},
               {"radius", Type::kFloat, 0.1f, "Radius.", {0}, "m"},
-              {"color", Type::kColor, Color{1, 1, 1}, "Colour of the light."},
-              {"intensity", Type::kFloat, 1.0f, "Radiance or power, see intensityUnit.", {0}},
-              {"intensityUnit",
-               Type::kInt,
-               0,
-               "0: radiance, W/(m^2 sr). 1: power of the whole light, W.",
-               {0, 1}},
+              LightColorRow(),
+              GlowRow(),
+              GlowUnitRow(kGlowUnits),
               {"visibleToCamera", Type::kBoolean, true, "Whether the camera sees the ball."},
-              {"enabled", Type::kBoolean, true, "Whether it shines."},
+              LightEnabledRow(),
           },
       .evaluation = {.light = Make},
   };

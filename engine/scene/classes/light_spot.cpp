@@ -1,6 +1,6 @@
 // A cone of light from a point, with a soft edge.
-#include "engine/render/inputs.h"
 #include "engine/render/light.h"
+#include "engine/scene/classes/light_rows.h"
 
 namespace kiln::engine::scene {
 namespace {
@@ -40,10 +40,10 @@ class SpotLight : public render::Light {
 };
 
 std::unique_ptr<render::Light> Make(const render::Inputs& in) {
-  const Color intensity = in.Color("color") * in.Float("intensity");
+  const Color intensity = ReadLight(in);
   const Transform transform = in.Transform("transform");
   const Vec3 axis = -Normalize(transform.matrix.c2);
-  if (!in.Bool("enabled") || IsBlack(intensity) || !(Length(axis) > 0)) return nullptr;
+  if (IsBlack(intensity) || !(Length(axis) > 0)) return nullptr;
   return std::make_unique<SpotLight>(Offset(transform), axis, intensity, in.Float("innerAngle"),
                                      in.Float("outerAngle"));
 }
@@ -56,7 +56,7 @@ PluginClass Describe() {
       .properties =
           {
               {"transform", Type::kTransform, Transform{}, "Place and orientation; scale is ignored."},
-              {"color", Type::kColor, Color{1, 1, 1}, "Colour of the light."},
+              LightColorRow(),
               {"intensity", Type::kFloat, 1.0f, "Radiant intensity on the axis.", {0}, "W/sr"},
               {"innerAngle",
                Type::kFloat,
@@ -65,7 +65,7 @@ PluginClass Describe() {
                {0, 180},
                "deg"},
               {"outerAngle", Type::kFloat, 45.0f, "Half angle where the light ends.", {0, 180}, "deg"},
-              {"enabled", Type::kBoolean, true, "Whether it shines."},
+              LightEnabledRow(),
           },
       .evaluation = {.light = Make},
   };
