@@ -48,6 +48,7 @@ int32_t OnSdkEvent(void* memory) {
 // the SDK continues.
 template <class Owner, class Body, class CleanUp>
 void HandleEventOf(EventPort* port, Body&& body, CleanUp&& clean_up) {
+  TakeDelivery(port);
   v8::Isolate* isolate = port->isolate;
   v8::HandleScope scope(isolate);
   v8::TryCatch try_catch(isolate);

@@ -76,8 +76,13 @@ void OpenPort(EventPort* port, Environment& environment, void* owner, uv_async_c
 }
 
 void DeliverAndWait(EventPort* port) {
+  port->deliveries.fetch_add(1, std::memory_order_release);
   if (uv_async_send(&port->async) != 0) return;
   uv_sem_wait(&port->done);
+}
+
+void TakeDelivery(EventPort* port) {
+  (void)port->deliveries.load(std::memory_order_acquire);
 }
 
 void PostDone(ParkingPlace* place) {

@@ -1,8 +1,9 @@
 // The hand-over of one SDK callback at a time from an SDK thread to the JavaScript thread: the SDK thread
 // writes the event, wakes the loop and stands still until the listeners have run.
 //
-// There is no mutex: the SDK calls back one at a time per port, and uv_async_send and the semaphore order the
-// accesses.
+// There is no mutex: the SDK calls back one at a time per port, the count of deliveries orders what it writes
+// before what the handler reads, and the semaphore what the handler did before what comes next. uv_async_send
+// only wakes: several handles share one wake, so it need not be the port's own that runs its handler.
 #pragma once
 
 #include <uv.h>
@@ -33,7 +34,8 @@ struct AsyncHandle {
 };
 
 struct EventPort : AsyncHandle, ParkingPlace {
-  std::atomic<int> inside{0};  // SDK threads in a callback of the port
+  std::atomic<int> inside{0};           // SDK threads in a callback of the port
+  std::atomic<uint32_t> deliveries{0};  // counted up by the SDK thread when the event is written
   v8::Isolate* isolate = nullptr;
   Environment* environment = nullptr;
 
@@ -65,6 +67,8 @@ class PortVisit {
 // SDK thread: wakes the loop and waits until the handler, or a closing of the port, has posted. Returns at
 // once when the loop can't be woken.
 void DeliverAndWait(EventPort* port);
+// JavaScript thread, at the start of the handler: what the SDK thread wrote is seen from here on.
+void TakeDelivery(EventPort* port);
 // JavaScript thread, at the end of the handler.
 void PostDone(ParkingPlace* place);
 // Sets `closing` and lets a waiting thread go; later callbacks return at once. Any thread.

@@ -1,4 +1,7 @@
 // setSDKLibraryPath and its neighbours: which library is used, and why not.
+#include <string>
+#include <vector>
+
 #include "binding/error.h"
 #include "binding/text.h"
 #include "module/module.h"
@@ -11,7 +14,7 @@ std::atomic<int32_t> liveObjectCounter{0};
 namespace {
 
 struct LoadMutex {
-  LoadMutex() { uv_mutex_init(&mutex); }
+  LoadMutex() { uv_mutex_init_recursive(&mutex); }
   ~LoadMutex() { uv_mutex_destroy(&mutex); }
   uv_mutex_t mutex;
 };
@@ -48,9 +51,20 @@ void SetSDKLibraryPath(const Arguments& info) {
   info.GetReturnValue().Set(result == 0);
 }
 
+// Copies, since a worker may load again at any time.
+std::string ErrorText() {
+  const SdkLoadLock lock;
+  return SdkErrorText();
+}
+
+std::vector<const char*> MissingNames() {
+  const SdkLoadLock lock;
+  return SdkMissingNames();
+}
+
 void GetSDKLibraryErrorString(const Arguments& info) {
   v8::Local<v8::String> text;
-  if (NewText(info.GetIsolate(), SdkErrorText()).ToLocal(&text)) info.GetReturnValue().Set(text);
+  if (NewText(info.GetIsolate(), ErrorText()).ToLocal(&text)) info.GetReturnValue().Set(text);
 }
 
 void GetSDKLibraryMissingFunctions(const Arguments& info) {
@@ -58,7 +72,7 @@ void GetSDKLibraryMissingFunctions(const Arguments& info) {
   v8::Local<v8::Context> context = isolate->GetCurrentContext();
   v8::Local<v8::Array> result = v8::Array::New(isolate);
   uint32_t index = 0;
-  for (const char* name : SdkMissingNames()) {
+  for (const char* name : MissingNames()) {
     v8::Local<v8::String> text;
     if (!NewText(isolate, name).ToLocal(&text) || result->Set(context, index++, text).IsNothing()) return;
   }
@@ -82,9 +96,16 @@ SdkLoadLock::~SdkLoadLock() {
   uv_mutex_unlock(&sdkLoadLock.mutex);
 }
 
+// Without the lock once it is bound: each object's way in comes by.
 bool EnsureBound(v8::Isolate* isolate) {
-  if (SdkEnsureBound() == 0) return true;
-  ThrowError(isolate, SdkErrorText().c_str());
+  if (SdkState() != SdkUnbound) return true;
+  std::string failure;
+  {
+    const SdkLoadLock lock;
+    if (SdkEnsureBound() == 0) return true;
+    failure = SdkErrorText();
+  }
+  ThrowError(isolate, failure.c_str());
   return false;
 }
 

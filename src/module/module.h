@@ -11,8 +11,9 @@
 
 namespace KilnNodeWrapper {
 
-// Serialises the loads and unloads of module entry, setSDKLibraryPath and close. Lives from static
-// initialisation to process exit.
+// Serialises the loads and unloads of the library, and looks at their outcome. Recursive: the path of
+// setSDKLibraryPath may be an object with a toString of its own. Lives from static initialisation to process
+// exit.
 class SdkLoadLock {
  public:
   SdkLoadLock();
@@ -24,7 +25,7 @@ class SdkLoadLock {
 // The SDK-owning objects alive; non-zero means that the library is in use.
 extern std::atomic<int32_t> liveObjectCounter;
 // A renderer that is created while it is set joins the GUI pump.
-extern bool frameBufferEnabled;
+extern std::atomic<bool> frameBufferEnabled;
 
 // Runs SdkEnsureBound, as every way in that needs no existing object does first; false after throwing the
 // error text.

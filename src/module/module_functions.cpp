@@ -9,7 +9,7 @@
 
 namespace KilnNodeWrapper {
 
-bool frameBufferEnabled = true;
+std::atomic<bool> frameBufferEnabled{true};
 
 namespace {
 
@@ -30,8 +30,9 @@ void EnableFrameBuffer(const Arguments& info) {
   v8::Isolate* isolate = info.GetIsolate();
   if (!EnsureBound(isolate)) return;
   if (info.Length() == 0) return ThrowError(isolate, "Argument 0 (isEnabled: boolean) should be passed");
-  frameBufferEnabled = info[0]->BooleanValue(isolate);
-  sdk.Kiln_enableFrameBuffer(frameBufferEnabled);
+  const bool enabled = info[0]->BooleanValue(isolate);
+  frameBufferEnabled = enabled;
+  sdk.Kiln_enableFrameBuffer(enabled);
 }
 
 void CloseLibrary(const Arguments&) {

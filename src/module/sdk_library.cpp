@@ -8,7 +8,7 @@
 namespace KilnNodeWrapper {
 
 SdkTable sdk;
-void (*SdkAfterLoad)() = nullptr;
+std::atomic<void (*)()> SdkAfterLoad{nullptr};
 
 namespace {
 
@@ -16,7 +16,7 @@ namespace {
 // unloads.
 std::atomic<void*> library{nullptr};
 std::atomic<uintptr_t> generation{0};
-SdkBindState state = SdkUnbound;
+std::atomic<SdkBindState> state{SdkUnbound};
 std::string path;  // sdkLibraryPath
 std::string error_text;
 std::vector<const char*> missing_names;
@@ -82,7 +82,7 @@ int SdkLoad() {
     SetErrorText("Error loading SDK Library.", -1);
     return -1;
   }
-  if (SdkAfterLoad) SdkAfterLoad();
+  if (void (*const after_load)() = SdkAfterLoad) after_load();
   const int missing = Sweep(
       sdk, [](const char* name) { return loader::Symbol(library, name); }, KeepMissingName);
   sdk.Kiln_incrementModuleReferenceCounter();

@@ -2,6 +2,7 @@
 // says otherwise. Knows neither V8 nor libuv, so that it is tested as plain C++ on every platform.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <shared_mutex>
 #include <string>
@@ -22,7 +23,7 @@ SdkBindState SdkState();
 // when the library could not be loaded. A library that is held is released first.
 int SdkLoad();
 // Called after every successful load.
-extern void (*SdkAfterLoad)();
+extern std::atomic<void (*)()> SdkAfterLoad;
 // Releases the library and everything about the last load; with forget_path also the configured path.
 void SdkUnload(bool forget_path);
 // The guard: 0 when the SDK may be called. Tries to load when it is not bound.
