@@ -51,20 +51,4 @@ AliasTable::AliasTable(std::span<const float> weights) : entries_(weights.size()
   }
 }
 
-uint32_t AliasTable::Sample(float* u) const {
-  const auto last = static_cast<int32_t>(entries_.size()) - 1;
-  if (last == 0) return 0;
-  const float scaled = *u * static_cast<float>(last + 1);
-  const int32_t index = std::min(static_cast<int32_t>(scaled), last);
-  const float rest = std::min(scaled - static_cast<float>(index), 0x1.fffffep-1f);
-  const Entry& entry = entries_[index];
-  constexpr float kBelowOne = 0x1.fffffep-1f;
-  if (rest < entry.threshold) {
-    *u = std::min(rest / entry.threshold, kBelowOne);
-    return static_cast<uint32_t>(index);
-  }
-  *u = std::min((rest - entry.threshold) / (1 - entry.threshold), kBelowOne);
-  return entry.alias;
-}
-
 }  // namespace kiln::engine::render

@@ -105,7 +105,7 @@ void Bsdf::AddClearcoat(float weight, float alpha, Vec3 normal) {
   lobe->f0 = kCoatF0;
   lobe->f90 = kWhite;
   lobe->alpha = alpha;
-  lobe->normal = normal;
+  lobe->frame = Frame(normal);
   FinishLobe(lobe);
 }
 
@@ -155,7 +155,7 @@ bool Bsdf::Look(Vec3 wo, BsdfView* view) const {
     const BsdfLobe& lobe = lobes_[i];
     Vec3 lobe_wo = local;
     if (lobe.kind == LobeKind::kClearcoat) {
-      lobe_wo = Frame(lobe.normal).ToLocal(wo);
+      lobe_wo = lobe.frame.ToLocal(wo);
       // A coat's bump may face away from wo where the surface does not: then it isn't seen.
       if (!view->outside || lobe_wo.z <= 0) lobe_wo.z = -std::max(1e-6f, std::abs(lobe_wo.z));
     }
@@ -191,7 +191,7 @@ Color Bsdf::Evaluate(const BsdfView& view, Vec3 wi, float* pdf) const {
     const LobeView& lobe_view = view.lobes[i];
     const bool unseen = view.probability[i] <= 0 || lobe.delta;
     if (unseen && !lobe.is_layer) continue;
-    Vec3 lobe_wi = lobe.kind == LobeKind::kClearcoat ? Frame(lobe.normal).ToLocal(wi) : local;
+    Vec3 lobe_wi = lobe.kind == LobeKind::kClearcoat ? lobe.frame.ToLocal(wi) : local;
     lobe_wi.z = Mirror(lobe_wi.z, lobe_view.inside);
     GlossyAlbedo albedo;
     if (IsGlossy(lobe.kind)) albedo = lobe.albedo.At(std::abs(lobe_wi.z));
@@ -238,8 +238,7 @@ bool Bsdf::Sample(const BsdfView& view, float u_lobe, Vec2 u, BsdfSample* sample
   LobeSample made;
   if (!SampleLobe(lobe, view.lobes[chosen], u_choice, u, &made)) return false;
   made.wi.z = Mirror(made.wi.z, view.lobes[chosen].inside);
-  const Vec3 wi =
-      lobe.kind == LobeKind::kClearcoat ? Frame(lobe.normal).ToWorld(made.wi) : frame_.ToWorld(made.wi);
+  const Vec3 wi = lobe.kind == LobeKind::kClearcoat ? lobe.frame.ToWorld(made.wi) : frame_.ToWorld(made.wi);
   const bool crosses = (Dot(wi, geometric_normal_) > 0) != view.outside;
   if (crosses != ((made.flags & kLobeTransmission) != 0)) return false;
 

@@ -37,7 +37,7 @@ struct BsdfLobe {
   float again_scale = 0;  // glossy, thin: 1 / (pi * lost), or 0 where nothing is lost
   float layer_scale = 1;  // glossy: 1 / average of what it leaves to a base
   GlossyRow albedo;       // glossy, thin
-  Vec3 normal{0, 0, 1};   // clearcoat
+  Frame frame{Vec3{0, 0, 1}};  // clearcoat
 };
 
 // A lobe as wo sees it. wo is local with z > 0: seen from below, z is mirrored for wo and wi alike.

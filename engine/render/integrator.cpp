@@ -46,7 +46,7 @@ class Path {
   bool PassesThrough(const SurfacePoint& point);
   void SampleLight(const SurfacePoint& point, const Bsdf& bsdf, const BsdfView& view, const Sample4& u);
   Color Transmittance(Ray ray);
-  bool Scatter(const SurfacePoint& point, const Bsdf& bsdf, const BsdfView& view);
+  bool Scatter(const SurfacePoint& point, const Bsdf& bsdf, const BsdfView& view, const Sample4& u);
   bool SurvivesRoulette(float u);
   void CrossBoundary(const SurfacePoint& point);
   // Limits a contribution and adds it; what was added.
@@ -112,10 +112,14 @@ PathResult Path<Recorder>::Run(const CameraSample& sample) {
     point.object->material->Evaluate(point, &bsdf);
     if (bsdf.empty() || !bsdf.Look(point.wo, &view)) break;
     if (depth_ == 0) recorder_.Closure(point, bsdf, view);
-    const Sample4 u = sampler_.Get(LightGroup(depth_));
+    // Both here, so that the processor works on them side by side.
+    const Sample4 u_light = sampler_.Get(LightGroup(depth_));
+    const Sample4 u_scatter = sampler_.Get(ScatterGroup(depth_));
     from_ = {point.position, point.backfacing ? -point.normal : point.normal};
-    if (strategy_ != LightStrategy::kScatteringOnly && bsdf.HasNonDelta()) SampleLight(point, bsdf, view, u);
-    if (!Scatter(point, bsdf, view) || !SurvivesRoulette(u.w)) break;
+    if (strategy_ != LightStrategy::kScatteringOnly && bsdf.HasNonDelta()) {
+      SampleLight(point, bsdf, view, u_light);
+    }
+    if (!Scatter(point, bsdf, view, u_scatter) || !SurvivesRoulette(u_light.w)) break;
   }
   return result_;
 }
@@ -240,8 +244,8 @@ void Path<Recorder>::SampleLight(const SurfacePoint& point, const Bsdf& bsdf, co
 }
 
 template <class Recorder>
-bool Path<Recorder>::Scatter(const SurfacePoint& point, const Bsdf& bsdf, const BsdfView& view) {
-  const Sample4 u = sampler_.Get(ScatterGroup(depth_));
+bool Path<Recorder>::Scatter(const SurfacePoint& point, const Bsdf& bsdf, const BsdfView& view,
+                             const Sample4& u) {
   BsdfSample sample;
   if (!bsdf.Sample(view, u.x, {u.y, u.z}, &sample) || IsBlack(sample.weight)) return false;
   if (depth_ == 0) recorder_.Scattered(point, bsdf, view, sample);

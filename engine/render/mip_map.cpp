@@ -130,6 +130,18 @@ int Fold(int i, int n, Wrap wrap) {
   return std::clamp(i, 0, n - 1);
 }
 
+constexpr float kByteScale = 1 / 255.0f;
+
+AColor FloatTexel(const float* t) {
+  return {t[0], t[1], t[2], t[3]};
+}
+AColor ByteTexel(const uint8_t* t) {
+  return {t[0] * kByteScale, t[1] * kByteScale, t[2] * kByteScale, t[3] * kByteScale};
+}
+AColor SrgbTexel(const uint8_t* t, const float* decode) {
+  return {decode[t[0]], decode[t[1]], decode[t[2]], t[3] * kByteScale};
+}
+
 }  // namespace
 
 MipMap::MipMap(const image::Image& image, bool srgb)
@@ -193,11 +205,8 @@ void MipMap::Store(int level, const std::vector<AColor>& texels) {
 
 AColor MipMap::TexelOf(const Level& level, int x, int y) const {
   const size_t i = (level.offset + static_cast<size_t>(y) * level.width + x) * 4;
-  if (bytes_.empty()) return {floats_[i], floats_[i + 1], floats_[i + 2], floats_[i + 3]};
-  constexpr float kScale = 1 / 255.0f;
-  const uint8_t* t = &bytes_[i];
-  if (!srgb_) return {t[0] * kScale, t[1] * kScale, t[2] * kScale, t[3] * kScale};
-  return {decode_[t[0]], decode_[t[1]], decode_[t[2]], t[3] * kScale};
+  if (bytes_.empty()) return FloatTexel(&floats_[i]);
+  return srgb_ ? SrgbTexel(&bytes_[i], decode_) : ByteTexel(&bytes_[i]);
 }
 
 AColor MipMap::Texel(int level, int x, int y) const {
@@ -219,11 +228,17 @@ AColor MipMap::Bilinear(int level, Vec2 uv, const Address& address) const {
   const int top = static_cast<int>(std::floor(y));
   const int x0 = Fold(left, l.width, address.u);
   const int x1 = Fold(left + 1, l.width, address.u);
-  const int y0 = Fold(top, l.height, address.v);
-  const int y1 = Fold(top + 1, l.height, address.v);
-  const float s = x - left;
-  return Mix(Mix(TexelOf(l, x0, y0), TexelOf(l, x1, y0), s), Mix(TexelOf(l, x0, y1), TexelOf(l, x1, y1), s),
-             y - top);
+  const size_t upper = l.offset + static_cast<size_t>(Fold(top, l.height, address.v)) * l.width;
+  const size_t lower = l.offset + static_cast<size_t>(Fold(top + 1, l.height, address.v)) * l.width;
+  const auto mix = [&](auto texel) {
+    const float s = x - left;
+    return Mix(Mix(texel(upper + x0), texel(upper + x1), s), Mix(texel(lower + x0), texel(lower + x1), s),
+               y - top);
+  };
+  // What the texels are is asked once for the four.
+  if (bytes_.empty()) return mix([t = floats_.data()](size_t i) { return FloatTexel(t + 4 * i); });
+  if (!srgb_) return mix([t = bytes_.data()](size_t i) { return ByteTexel(t + 4 * i); });
+  return mix([t = bytes_.data(), decode = decode_](size_t i) { return SrgbTexel(t + 4 * i, decode); });
 }
 
 AColor MipMap::Sample(Vec2 uv, Vec2 footprint, const Address& address) const {

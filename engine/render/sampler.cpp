@@ -88,7 +88,7 @@ uint32_t SobolReversed(uint32_t index, int dimension) {
 
 Sample4 Sampler::Get(uint32_t group) const {
   const uint32_t seed = HashCombine(base_, group);
-  const uint32_t index = ReverseBits(ScrambleReversed(ReverseBits(index_), seed));
+  const uint32_t index = ReverseBits(ScrambleReversed(reversed_index_, seed));
   const FourLanes salt{0xa511e9b3u, 0x63d83595u, 0x1c64e6d5u, 0xe35fb2a1u};
   const FourLanes bits = ReverseBitsOf(ScrambleReversed(Point(index), HashBits(salt ^ seed)));
   // 24 bits are what a float holds, and as a signed number they convert in one step.

@@ -56,14 +56,15 @@ class Sampler {
  public:
   Sampler() = default;
   Sampler(uint32_t pixel_x, uint32_t pixel_y, uint32_t sample, uint32_t seed)
-      : base_(HashCombine(HashCombine(HashCombine(seed, 0x68bc21ebu), pixel_x), pixel_y)), index_(sample) {}
+      : base_(HashCombine(HashCombine(HashCombine(seed, 0x68bc21ebu), pixel_x), pixel_y)),
+        reversed_index_(ReverseBits(sample)) {}
 
   // Any group, in any order; the same group gives the same numbers.
   Sample4 Get(uint32_t group) const;
 
  private:
   uint32_t base_ = 0;
-  uint32_t index_ = 0;
+  uint32_t reversed_index_ = 0;
 };
 
 }  // namespace kiln::engine::render
