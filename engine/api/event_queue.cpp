@@ -223,6 +223,13 @@ int EventQueue::ThreadCount() {
   return thread_count;
 }
 
+void EventQueue::AwaitThreads(std::chrono::milliseconds limit) {
+  constexpr std::chrono::milliseconds kStep{1};
+  for (auto waited = 0 * kStep; thread_count > 0 && waited < limit; waited += kStep) {
+    std::this_thread::sleep_for(kStep);
+  }
+}
+
 void EventQueue::OnRendererClosed() {
   Send(EventKind::kRendererClosed, [](Event&) {});
 }

@@ -78,6 +78,8 @@ class EventQueue final : public render::RenderListener {
   void Close(std::optional<std::chrono::milliseconds> limit = {});
   // How many delivery threads there are in the process.
   static int ThreadCount();
+  // Until there are none, or the limit has passed.
+  static void AwaitThreads(std::chrono::milliseconds limit);
 
   void OnRendererClosed();
   void OnServerStarted();

@@ -2,16 +2,10 @@
 #include "engine/api/registry.h"
 
 #include <chrono>
-#include <cstdint>
-#include <mutex>
-#include <new>
-#include <shared_mutex>
-#include <thread>
-#include <unordered_map>
 #include <utility>
-#include <vector>
 
 #include "engine/api/event_queue.h"
+#include "engine/api/handle_table.h"
 #include "engine/api/renderer_object.h"
 #include "engine/render/session.h"
 #include "engine/render/texture_cache.h"
@@ -27,46 +21,13 @@ using std::chrono::milliseconds;
 constexpr milliseconds kRenderLimit{10000};
 constexpr milliseconds kCallbackLimit{100};
 
-struct Entry {
-  std::shared_ptr<Renderer> renderer;
-  int references = 1;
-};
-
-struct Table {
-  mutable std::shared_mutex mutex;
-  std::unordered_map<uintptr_t, Entry> entries;
-  uintptr_t next = 1;
-  bool ended = false;
-};
-
-// Never destroyed: threads of the host may still call while the process ends, after the destructors of this
-// library have run. EndEngine leaves it without memory of its own.
-Table& TheTable() {
-  alignas(Table) static unsigned char memory[sizeof(Table)];
-  static Table* const table = new (memory) Table;
-  return *table;
-}
-
-// Handles stay aligned as pointers would be: hosts keep bits of their own below.
-constexpr uintptr_t kHandleStep = 16;
-
-uintptr_t NumberOf(KilnRendererHandle handle) {
-  return reinterpret_cast<uintptr_t>(handle);
-}
+using Table = HandleTable<KilnRendererHandle, Renderer>;
 
 void EndEngine() {
-  Table& table = TheTable();
-  std::unordered_map<uintptr_t, Entry> entries;
-  {
-    const std::unique_lock lock(table.mutex);
-    table.ended = true;
-    entries = std::exchange(table.entries, {});
-  }
-  for (auto& [number, entry] : entries) entry.renderer->Abandon(kRenderLimit, kCallbackLimit);
+  Table::Entries entries = Table::The().End();
+  for (auto& [number, entry] : entries) entry.object->Abandon(kRenderLimit, kCallbackLimit);
   entries.clear();
-  for (milliseconds waited{0}; EventQueue::ThreadCount() > 0 && waited < kCallbackLimit; ++waited) {
-    std::this_thread::sleep_for(milliseconds(1));
-  }
+  EventQueue::AwaitThreads(kCallbackLimit);
   render::ShutdownThreads();
 }
 
@@ -88,41 +49,21 @@ class Engine {
 }  // namespace
 
 KilnRendererHandle AddRenderer(std::shared_ptr<Renderer> renderer) {
-  Table& table = TheTable();
+  Table& table = Table::The();
   static const Engine engine;
-  const std::unique_lock lock(table.mutex);
-  if (table.ended) return nullptr;
-  const uintptr_t number = kHandleStep * table.next++;
-  table.entries.emplace(number, Entry{std::move(renderer)});
-  // NOLINTNEXTLINE(performance-no-int-to-ptr): a number in disguise, and never followed
-  return reinterpret_cast<KilnRendererHandle>(number);
+  return table.Add(std::move(renderer));
 }
 
 std::shared_ptr<Renderer> FindRenderer(KilnRendererHandle handle) noexcept {
-  if (!handle) return nullptr;
-  Table& table = TheTable();
-  const std::shared_lock lock(table.mutex);
-  const auto found = table.entries.find(NumberOf(handle));
-  return found == table.entries.end() ? nullptr : found->second.renderer;
+  return handle ? Table::The().Find(handle) : nullptr;
 }
 
 bool AddReference(KilnRendererHandle handle) noexcept {
-  Table& table = TheTable();
-  const std::unique_lock lock(table.mutex);
-  const auto found = table.entries.find(NumberOf(handle));
-  if (found == table.entries.end()) return false;
-  ++found->second.references;
-  return true;
+  return Table::The().AddReference(handle);
 }
 
 std::shared_ptr<Renderer> DropReference(KilnRendererHandle handle) noexcept {
-  Table& table = TheTable();
-  const std::unique_lock lock(table.mutex);
-  const auto found = table.entries.find(NumberOf(handle));
-  if (found == table.entries.end() || --found->second.references > 0) return nullptr;
-  std::shared_ptr<Renderer> renderer = std::move(found->second.renderer);
-  table.entries.erase(found);
-  return renderer;
+  return Table::The().DropReference(handle);
 }
 
 }  // namespace kiln::engine::api

@@ -1,5 +1,4 @@
-// The renderers of the process, by handle. A handle is a number and no address, so that a call with the
-// handle of a renderer that is gone finds nothing instead of freed memory.
+// The renderers of the process, by handle (see handle_table.h).
 #pragma once
 
 #include <memory>

@@ -1,10 +1,9 @@
 // The life of a render server, and the table of servers.
 #include "engine/api/server_object.h"
 
-#include <shared_mutex>
-#include <thread>
-#include <unordered_map>
 #include <utility>
+
+#include "engine/api/handle_table.h"
 
 namespace kiln::engine::api {
 namespace {
@@ -14,45 +13,17 @@ using std::chrono::milliseconds;
 // How long the end of the process waits for a host's callback to return: the host may have parked it for
 // good.
 constexpr milliseconds kCallbackLimit{100};
-// Handles stay aligned as pointers would be: hosts keep bits of their own below.
-constexpr uintptr_t kHandleStep = 16;
 
 constexpr char kServesNobody[] =
     "The server has started, but the engine renders for its own process only: it listens on no port and "
     "serves "
     "nobody.";
 
-struct Table {
-  std::shared_mutex mutex;
-  std::unordered_map<uintptr_t, std::shared_ptr<Server>> servers;
-  uintptr_t next = 1;
-  bool ended = false;
-};
-
-// Never destroyed: threads of the host may still call while the process ends, after the destructors of this
-// library have run.
-Table& TheTable() {
-  alignas(Table) static unsigned char memory[sizeof(Table)];
-  static Table* const table = new (memory) Table;
-  return *table;
-}
-
-uintptr_t NumberOf(KilnServerHandle handle) {
-  return reinterpret_cast<uintptr_t>(handle);
-}
+using Table = HandleTable<KilnServerHandle, Server>;
 
 void EndServers() {
-  Table& table = TheTable();
-  std::unordered_map<uintptr_t, std::shared_ptr<Server>> servers;
-  {
-    const std::unique_lock lock(table.mutex);
-    table.ended = true;
-    servers = std::exchange(table.servers, {});
-  }
-  for (const auto& [number, server] : servers) server->Abandon(kCallbackLimit);
-  for (milliseconds waited{0}; EventQueue::ThreadCount() > 0 && waited < kCallbackLimit; ++waited) {
-    std::this_thread::sleep_for(milliseconds(1));
-  }
+  for (const auto& [number, entry] : Table::The().End()) entry.object->Abandon(kCallbackLimit);
+  EventQueue::AwaitThreads(kCallbackLimit);
 }
 
 // Lives from the first server to the end of the library or of the process.
@@ -135,31 +106,17 @@ void* Server::UserData(int32_t index) const {
 }
 
 KilnServerHandle AddServer(std::shared_ptr<Server> server) {
-  Table& table = TheTable();
+  Table& table = Table::The();
   static const Servers servers;
-  const std::unique_lock lock(table.mutex);
-  if (table.ended) return nullptr;
-  const uintptr_t number = kHandleStep * table.next++;
-  table.servers.emplace(number, std::move(server));
-  // NOLINTNEXTLINE(performance-no-int-to-ptr): a number in disguise, and never followed
-  return reinterpret_cast<KilnServerHandle>(number);
+  return table.Add(std::move(server));
 }
 
 std::shared_ptr<Server> FindServer(KilnServerHandle handle) noexcept {
-  Table& table = TheTable();
-  const std::shared_lock lock(table.mutex);
-  const auto found = table.servers.find(NumberOf(handle));
-  return found == table.servers.end() ? nullptr : found->second;
+  return Table::The().Find(handle);
 }
 
 std::shared_ptr<Server> TakeServer(KilnServerHandle handle) noexcept {
-  Table& table = TheTable();
-  const std::unique_lock lock(table.mutex);
-  const auto found = table.servers.find(NumberOf(handle));
-  if (found == table.servers.end()) return nullptr;
-  std::shared_ptr<Server> server = std::move(found->second);
-  table.servers.erase(found);
-  return server;
+  return Table::The().DropReference(handle);
 }
 
 }  // namespace kiln::engine::api
