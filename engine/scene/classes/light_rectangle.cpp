@@ -70,9 +70,9 @@ class RectangleLight : public render::Light {
     } else {
       Color sum{};
       constexpr int kGrid = 8;
-      for (int i = 0; i < kGrid * kGrid; ++i) {
-        sum += Radiance(corner_ + edge_x_ * ((i % kGrid + 0.5f) / kGrid) +
-                        edge_y_ * ((i / kGrid + 0.5f) / kGrid));
+      for (int y = 0; y < kGrid; ++y) {
+        for (int x = 0; x < kGrid; ++x)
+          sum += Radiance(corner_ + edge_x_ * ((x + 0.5f) / kGrid) + edge_y_ * ((y + 0.5f) / kGrid));
       }
       mean = sum / (kGrid * kGrid);
     }
