@@ -5,6 +5,7 @@ const assert = require('assert');
 const fs = require('fs');
 const path = require('path');
 const { test } = require('node:test');
+const { interfaceBody, readDeclarations } = require('../helpers/declarations.js');
 const { ROOT } = require('./program.js');
 const kiln = require('../../lib/index.js');
 
@@ -66,9 +67,7 @@ test('docs/api names every function and constant of the module', () => {
 test('docs/api names every event, and every key of options, of metadata and of collections', () => {
   const { EVENT_KINDS } = require('../../lib/events.js');
   const events = wordsInCode(read('events'));
-  const types = fs.readFileSync(path.join(ROOT, 'types', 'index.d.ts'), 'utf8');
-  const [, body] = /^export interface RendererEvents \{\n(.*?)^\}/ms.exec(types);
-  const declared = [...body.matchAll(/^ {2}(\w+): \[/gm)].map(([, name]) => name);
+  const declared = [...interfaceBody(readDeclarations(), 'RendererEvents').matchAll(/^ {2}(\w+): \[/gm)].map(([, name]) => name);
   // These three have no switch.
   const always = ['kvwContextMenuSelected', 'uploadToCollaboration', 'lightMixTransferToScene'];
   assert.deepStrictEqual(declared.sort(), [...Object.keys(EVENT_KINDS), ...always].sort());

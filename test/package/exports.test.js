@@ -5,6 +5,7 @@ const assert = require('assert');
 const fs = require('fs');
 const path = require('path');
 const { test } = require('node:test');
+const { interfaceBody, readDeclarations } = require('../helpers/declarations.js');
 const { ROOT, runNode } = require('./program.js');
 const kiln = require('../../lib/index.js');
 const native = require('../../lib/native.js');
@@ -48,7 +49,14 @@ test('requiring twice sets up once', () => {
   assert.strictEqual(again.FloatList, kiln.FloatList);
 });
 
-const declarations = fs.readFileSync(path.join(ROOT, 'types', 'index.d.ts'), 'utf8');
+const declarations = readDeclarations();
+
+test('the index passes every file of declarations on', () => {
+  const files = fs.readdirSync(path.join(ROOT, 'types')).filter((name) => name !== 'index.d.ts');
+  const index = fs.readFileSync(path.join(ROOT, 'types', 'index.d.ts'), 'utf8');
+  assert.ok(files.length > 5);
+  assert.deepStrictEqual(files.filter((name) => !index.includes(`'./${name.slice(0, -5)}'`)), []);
+});
 
 test('the declarations have exactly the exported names', () => {
   const declared = new Set();
@@ -56,15 +64,17 @@ test('the declarations have exactly the exported names', () => {
   assert.deepStrictEqual([...declared].sort(), Object.getOwnPropertyNames(kiln).sort());
 });
 
-/** The names of the members in one class's declaration. */
+/** The names of the members in one class's declaration, and in an interface that it takes over. */
 function declaredMembers(name) {
-  const body = new RegExp(`^export class ${name}\\b.*?\\{\\n(.*?)^\\}`, 'ms').exec(declarations)[1];
+  let body = new RegExp(`^export class ${name}\\b.*?\\{\\n(.*?)^\\}`, 'ms').exec(declarations)[1];
+  const taken = new RegExp(`^export interface ${name} extends (\\w+)`, 'm').exec(declarations);
+  if (taken) body += interfaceBody(declarations, taken[1]);
   const members = new Set();
   for (const match of body.matchAll(/^ {2}(?:readonly |get |set )?(\w+)(?=\??[:(<])/gm)) members.add(match[1]);
   return members;
 }
 
-const CLASSES = ['KilnRenderer', 'KilnImage', 'Plugin', 'Class', 'Vector', 'Matrix', 'Transform', 'Color', 'AColor'];
+const CLASSES = ['KilnRenderer', 'KilnServer', 'KilnImage', 'Plugin', 'Class', 'Vector', 'Matrix', 'Transform', 'Color', 'AColor'];
 for (const Class of CLASSES.map((name) => kiln[name])) {
   test(`the declarations have every member of ${Class.name}`, () => {
     const declared = declaredMembers(Class.name);

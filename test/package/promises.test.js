@@ -8,6 +8,7 @@ const path = require('path');
 const util = require('util');
 const { after, test } = require('node:test');
 const kiln = require('../../lib/index.js');
+const { interfaceBody, readDeclarations } = require('../helpers/declarations.js');
 const { ROOT } = require('./program.js');
 
 const ROOM = path.join(ROOT, 'examples', 'room.toml');
@@ -131,11 +132,8 @@ test('work that did not begin rejects', async () => {
 
 test('the declarations have exactly the promise forms', () =>
   withRenderer(async (renderer) => {
-    const text = fs.readFileSync(path.join(ROOT, 'types', 'index.d.ts'), 'utf8');
-    const declared = (name) => {
-      const body = new RegExp(`^export interface ${name} \\{\\n(.*?)^\\}`, 'ms').exec(text)[1];
-      return [...body.matchAll(/^ {2}(\w+)\(/gm)].map(([, member]) => member).sort();
-    };
+    const text = readDeclarations();
+    const declared = (name) => [...interfaceBody(text, name).matchAll(/^ {2}(\w+)\(/gm)].map(([, member]) => member).sort();
     assert.deepStrictEqual(Object.keys(renderer.promises).sort(), declared('RendererPromises'));
     assert.deepStrictEqual(Object.keys(new kiln.KilnImage(1, 1).promises).sort(), declared('ImagePromises'));
   }));
