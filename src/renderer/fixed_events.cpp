@@ -91,7 +91,8 @@ uint32_t AppliedOf(const EventScope& scope, v8::Local<v8::Array> objects, uint32
 void EmitLightMix(const EventScope& scope, const EventPort& port, const KilnLightMixEvent& record) {
   v8::Local<v8::String> name;
   v8::Local<v8::Array> objects = v8::Array::New(scope.isolate);
-  const std::vector<KilnLightMixItem> items(record.items, record.items + std::max(record.count, 0));
+  const int32_t count = record.items ? std::max(record.count, 0) : 0;
+  const std::vector<KilnLightMixItem> items(record.items, record.items + count);
   v8::Local<v8::Value> time = v8::Number::New(scope.isolate, record.head.time);
   if (!NewName(scope.isolate, "lightMixTransferToScene").ToLocal(&name)) return;
   for (uint32_t i = 0; i < items.size(); i++) {
@@ -111,7 +112,7 @@ void EmitLightMix(const EventScope& scope, const EventPort& port, const KilnLigh
 // The record's texts, which stand one behind the other, as an array.
 bool ReadTexts(const EventScope& scope, const KilnUploadEvent& record, v8::Local<v8::Array> texts) {
   const char* text = record.strings;
-  for (int32_t i = 0; i < record.count; i++) {
+  for (int32_t i = 0; text && i < record.count; i++) {
     v8::Local<v8::String> value;
     if (!NewText(scope.isolate, text).ToLocal(&value)) return false;
     if (!texts->Set(scope.context, i, value).FromMaybe(false)) return false;

@@ -80,6 +80,13 @@ test('a null record is answered 0', async () => {
   });
 });
 
+test('a record whose texts are missing has none, whatever its count', async () => {
+  await withRenderer(async (renderer) => {
+    await recorder.raise(UPLOAD, {strings: null, count: 3, time: 2});
+    assert.deepStrictEqual(renderer.events, [['uploadToCollaboration', [], 2]]);
+  });
+});
+
 test('the ports are independent: each delivers while another\'s listener runs', async () => {
   await withRenderer(async (renderer) => {
     const menu = recorder.raiseMany(MENU, {first: 1}, 100, {serial: false});

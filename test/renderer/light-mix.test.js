@@ -71,6 +71,12 @@ test('no items, a null record and no listener', async () => {
   renderer.close();
 });
 
+test('a record whose items are missing has none, whatever its count', () => withRenderer(async (renderer) => {
+  await recorder.raise(MIX, {items: null, count: 3, time: 2});
+  await recorder.raise(MIX, {items: [], count: -1, time: 3});
+  assert.deepStrictEqual(renderer.events, [['lightMixTransferToScene', [], 2], ['lightMixTransferToScene', [], 3]]);
+}));
+
 test('a listener that throws leaves the items as they were, and the thread goes on', async () => {
   const renderer = open();
   renderer.removeAllListeners('lightMixTransferToScene');
