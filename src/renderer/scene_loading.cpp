@@ -134,14 +134,16 @@ const char* ArgumentsMessage(const SceneMember& member) {
 
 bool ReadOperands(const Arguments& info, const SceneMember& member, SceneOperands* operands, int* next) {
   const bool replaces = member.verb == Verb::kLoad;
-  // A Buffer is looked at first; all others have forgotten the scene's plugins before they refuse anything.
-  if (replaces && member.source != Source::kBuffer) RendererOf(info).pluginCache.Clear();
+  // loadFromBuffer alone looks at its argument first; all others have forgotten the scene's plugins before
+  // they refuse anything.
+  const bool looks_first = member.source == Source::kBuffer && member.form == Form::kAsync;
+  if (replaces && !looks_first) RendererOf(info).pluginCache.Clear();
   if (!Collect(info, member, operands, next)) return false;
   if (operands->empty()) {
     ThrowError(info.GetIsolate(), ArgumentsMessage(member));
     return false;
   }
-  if (replaces && member.source == Source::kBuffer) RendererOf(info).pluginCache.Clear();
+  if (replaces && looks_first) RendererOf(info).pluginCache.Clear();
   return true;
 }
 
