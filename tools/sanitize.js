@@ -11,6 +11,14 @@ const { ROOT, add, conclude, runCppTests, runJsTests, testEnvironment } = requir
 
 const SUPPRESSIONS = path.join(ROOT, 'test', 'sanitizers', 'lsan.supp');
 
+// Tests that say nothing under the thread sanitizer, each with the reason.
+const THREAD_LEAVES_OUT = [
+  {
+    cpp: 'engine_library_cycles\\.unreleased',
+    reason: 'a library that goes with its threads at work 300 times wears out the map of memory that the sanitizer keeps',
+  },
+];
+
 const PRESETS = {
   'address-undefined': {
     runtime: 'libasan.so',
@@ -21,9 +29,13 @@ const PRESETS = {
       UBSAN_OPTIONS: 'print_stacktrace=1',
     },
   },
+  // No report is suppressed. What Node.js and the libraries do among themselves is not looked at; what they order
+  // for us is told to the sanitizer: by engine/render/handover.h for oneTBB, by the intercepted locks and semaphores
+  // for Node.js, and by the port's own count where a wake of the loop orders nothing that it sees.
   thread: {
     runtime: 'libtsan.so',
-    environment: { TSAN_OPTIONS: 'ignore_noninstrumented_modules=1:exitcode=66' },
+    environment: { TSAN_OPTIONS: 'ignore_noninstrumented_modules=1:exitcode=66:atexit_sleep_ms=100' },
+    leftOut: THREAD_LEAVES_OUT,
   },
 };
 
@@ -39,9 +51,12 @@ async function main([name = 'address-undefined']) {
   const failure = setup(['build', 'engine', 'test']);
   if (failure) throw new Error(failure);
   const output = build({ preset: name });
-  const env = testEnvironment(output, { ...preset.environment, KILN_SANITIZER: name });
+  // An interactive session of 500 edits instead of 50.
+  const env = testEnvironment(output, { ...preset.environment, KILN_SANITIZER: name, KILN_TEST_EDITS: '500' });
+  const leftOut = preset.leftOut || [];
+  for (const { cpp, reason } of leftOut) process.stdout.write(`left out: ${cpp}: ${reason}\n`);
   // The programs carry the sanitizer themselves; Node.js gets it ahead of everything else.
-  const cpp = await runCppTests(path.join(ROOT, 'build', 'cmake', name), env);
+  const cpp = await runCppTests(path.join(ROOT, 'build', 'cmake', name), env, leftOut.map((one) => one.cpp));
   const js = await runJsTests({ env: { ...env, LD_PRELOAD: runtimePath(preset.runtime) } });
   return add(cpp, js);
 }
