@@ -82,6 +82,10 @@ MeshContent Load(MeshFileReader* reader, const MeshReadOptions& options, bool no
   return content;
 }
 
+// Each face around a vertex is held against each other. Where more than this meet, which no surface needs, a
+// file of some megabytes would keep the host busy for hours: there every face keeps its own normal.
+constexpr uint32_t kMostAround = 4096;
+
 // Corners around each vertex, as ranges of one list.
 struct Corners {
   std::vector<uint32_t> first;
@@ -229,7 +233,9 @@ void ComputeNormals(MeshContent& content, float angle) {
   for (size_t c = 0; c < indices.size(); ++c) {
     Vec3 sum = weighted[c / 3];
     const auto vertex = static_cast<size_t>(indices[c]);
-    for (uint32_t i = around.first[vertex]; i < around.first[vertex + 1]; ++i) {
+    const uint32_t last = around.first[vertex + 1];
+    const bool crowded = last - around.first[vertex] > kMostAround;
+    for (uint32_t i = crowded ? last : around.first[vertex]; i < last; ++i) {
       const size_t other = around.corners[i] / 3;
       if (other != c / 3 && Dot(units[c / 3], units[other]) >= least) sum += weighted[other];
     }

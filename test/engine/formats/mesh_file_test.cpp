@@ -187,6 +187,15 @@ TEST_F(MeshFileTest, NormalsBreakAtTheAngle) {
   EXPECT_EQ(roof.normals[0], roof.normals[4]);
 }
 
+TEST_F(MeshFileTest, HalfAMillionFacesAtOneVertexTakeNoHours) {
+  MeshContent fan;
+  fan.vertices = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}};
+  for (int i = 0; i < 500000; ++i) fan.vertex_indices.insert(fan.vertex_indices.end(), {0, 1, 2});
+  ComputeNormals(fan, 30);
+  ASSERT_EQ(fan.normals.size(), fan.vertex_indices.size());
+  for (const Vec3& normal : fan.normals) ASSERT_EQ(normal, (Vec3{0, 0, 1}));
+}
+
 TEST_F(MeshFileTest, PreviewsKeepTheirLimit) {
   MeshObject sheet;
   const int n = 60;
