@@ -34,14 +34,30 @@ test('KILN_SDK names the folder above bin, and comes second', async () => {
   assert.strictEqual(child.stdout.trim(), `SDK library loaded correctly (${root}/bin/${libraryName})`);
 });
 
+test('KILN_ENGKIT_BIN comes first, and a partial library does not end the search', async () => {
+  const search = (env) => runChild(({paths: {native}}) => console.log(require(native).getSDKLibraryErrorString()), {env});
+  const both = await search({KILN_ENGKIT_BIN: `${paths.recorderDir}\\/`, KILN_SDK: path.join(temporary, 'root')});
+  assert.strictEqual(both.stdout.trim(), `SDK library loaded correctly (${paths.recorderLibrary})`);
+  const second = await search({KILN_ENGKIT_BIN: paths.partialDir, KILN_SDK: path.join(temporary, 'root')});
+  const root = path.join(temporary, 'root', 'bin', libraryName);
+  assert.strictEqual(second.stdout.trim(), `SDK library loaded correctly (${root})`);
+  // Neither directory is left behind for the last step, which asks the system.
+  const neither = await search({KILN_ENGKIT_BIN: paths.partialDir, KILN_SDK: path.join(temporary, 'nothing')});
+  assert.match(neither.stdout.trim(), /^Error loading SDK Library\. \[.+\] \(libKilnSDKLibrary\.(so|dylib)\)$/);
+});
+
 test('without a library require works, every export exists, and a call says why it fails', async () => {
   const child = await runChild(({paths: {native}}) => {
     const k = require(native);
     const text = k.getSDKLibraryErrorString();
     const calls = ['getAPIVersion', 'getKilnVersion', 'getKilnVersionDetails', 'getMaterialLibraryPath', 'isDR2',
-      'createKilnRenderer', 'enableFrameBuffer', 'setEnvVar', 'getEnvVar'].map((name) => () => k[name]());
-    calls.push(() => new k.KilnRenderer(), () => new k.KilnImage(4, 4), () => k.KilnImage.createFromBuffer(),
-      () => k.KilnImage.createFromBufferSync());
+      'createKilnRenderer', 'createKilnServer', 'enableFrameBuffer', 'encodeScannedMaterialParams', 'setEnvVar',
+      'getEnvVar', 'checkDRHost', 'checkDRHostSync'].map((name) => () => k[name]());
+    const color = new k.Color(1, 1, 1);
+    calls.push(() => new k.KilnRenderer(), () => new k.KilnServer(), () => new k.ScannedMaterialInfo(),
+      () => new k.KilnImage(4, 4), () => k.KilnImage.createFromBuffer(), () => k.KilnImage.createFromBufferSync(),
+      () => k.Color.fromTemperature(), () => k.Color.getRGBToRGBMatrix(), () => color.getClosestTemperature('x'),
+      () => color.getClosestTemperatureAndColor('x'));
     for (const call of calls) {
       try {
         call();
@@ -53,8 +69,8 @@ test('without a library require works, every export exists, and a call says why 
     console.log(text);
   }, {env: {KILN_ENGKIT_BIN: undefined, KILN_SDK: undefined}});
   const lines = child.stdout.trim().split('\n');
-  assert.deepStrictEqual(lines.slice(0, -1), Array(13).fill('true'), child.stdout + child.stderr);
-  assert.match(lines[13], /^Error loading SDK Library\. \[.*libKilnSDKLibrary.*\] \(libKilnSDKLibrary\.(so|dylib)\)$/);
+  assert.deepStrictEqual(lines.slice(0, -1), Array(23).fill('true'), child.stdout + child.stderr);
+  assert.match(lines[23], /^Error loading SDK Library\. \[.*libKilnSDKLibrary.*\] \(libKilnSDKLibrary\.(so|dylib)\)$/);
 });
 
 test('a partial library is refused with the count and the names, in sweep order', () => {
