@@ -66,6 +66,11 @@ test('setEnvVar wants two arguments, of which the second may be no value', () =>
   }
   assert.strictEqual(kiln.setEnvVar('a', 7), true);
   assert.deepStrictEqual(passed(), ['a', '7']);
+  assert.throws(() => kiln.setEnvVar('a', {toString() { throw new RangeError('mine'); }}), RangeError);
+  assert.deepStrictEqual(passed(), ['a', null], 'a value that has no text is no value');
+  recorder.clear();
+  assert.throws(() => kiln.setEnvVar({toString() { throw new RangeError('mine'); }}, 'b'), RangeError);
+  assert.strictEqual(recorder.count('Kiln_setEnvironmentVariable'), 0);
   recorder.once('Kiln_setEnvironmentVariable', 1);
   assert.strictEqual(kiln.setEnvVar('a', 'b'), false);
 });
@@ -92,7 +97,14 @@ test('setProcessPriority knows five names in any case, and the process itself as
   assert.strictEqual(kiln.setProcessPriority(-1, 'low'), false);
   assert.throws(() => kiln.setProcessPriority(Symbol('pid'), 'low'), TypeError);
   assert.throws(() => kiln.setProcessPriority(0, Symbol('name')), TypeError);
-  for (const name of ['idle', 'high', 'highest', 'normal']) assert.strictEqual(kiln.setProcessPriority(0, name), true);
+  const priorities = {idle: 19, low: 10, normal: 0, high: -5, highest: -10};
+  for (const name of Object.keys(priorities)) {
+    const old = os.getPriority();
+    assert.strictEqual(kiln.setProcessPriority(0, name), true);
+    // Where it is not allowed to be higher it stays, and that is no failure.
+    if (process.platform !== 'win32') assert([old, priorities[name]].includes(os.getPriority()), name);
+    if (process.platform !== 'win32' && process.getuid() === 0) assert.strictEqual(os.getPriority(), priorities[name]);
+  }
   try {
     os.setPriority(before);
   } catch (error) {
@@ -104,5 +116,10 @@ test('setNumaNode refuses a node or a process that is not there', () => {
   assert.strictEqual(kiln.setNumaNode(0, 250), false);
   assert.strictEqual(kiln.setNumaNode(0x7FFFFFF0, 0), false);
   assert.throws(() => kiln.setNumaNode(0, Symbol('node')), TypeError);
-  assert.strictEqual(typeof kiln.setNumaNode(0, 0), 'boolean');
+  assert.strictEqual(kiln.setNumaNode(-1, 0), false);
+  assert.throws(() => kiln.setNumaNode(Symbol('pid'), 0), TypeError);
+  const result = kiln.setNumaNode(0, 0);
+  assert.strictEqual(typeof result, 'boolean');
+  assert.strictEqual(kiln.setNumaNode(0, 256), result, 'the low eight bits are the node');
+  assert.strictEqual(kiln.setNumaNode(0, 256 + 250), false);
 });

@@ -174,9 +174,20 @@ test('an unknown property is undefined; an argument that is no string is an erro
   describe();
 });
 
-test('every type has its name', () => {
-  for (const [code, name] of [[0, 'int'], [9, 'String'], [10, 'Plugin'], [12, 'List<Object>'], [104, 'List<Vector>'],
-    [1005, 'OutputTextureTransform'], [10000, 'Unspecified'], [18, 'Object'], [-1, 'Object']]) {
+const TYPES = {
+  0: 'int', 1: 'float', 2: 'double', 3: 'boolean', 4: 'Vector', 5: 'Color', 6: 'AColor', 7: 'Matrix', 8: 'Transform',
+  9: 'String', 10: 'Plugin', 11: 'Texture', 12: 'List<Object>', 13: 'TextureFloat', 14: 'TextureInt',
+  15: 'TextureVector', 16: 'TextureMatrix', 17: 'TextureTransform', 100: 'List<int>', 101: 'List<float>',
+  103: 'List<boolean>', 104: 'List<Vector>', 105: 'List<Color>', 109: 'List<String>', 110: 'List<Plugin>',
+  111: 'List<Texture>', 113: 'List<TextureFloat>', 116: 'List<TextureMatrix>', 117: 'List<TextureTransform>',
+  1000: 'OutputTexture', 1001: 'OutputTextureFloat', 1002: 'OutputTextureInt', 1003: 'OutputTextureVector',
+  1004: 'OutputTextureMatrix', 1005: 'OutputTextureTransform', 10000: 'Unspecified',
+};
+
+test('every type has its name, and every other code is an Object', () => {
+  const codes = [...Array.from({length: 130}, (_, i) => i - 1), 999, 1006, 2000, 9999, 10001, -(2 ** 31)];
+  for (const code of [...codes, ...Object.keys(TYPES).map(Number)]) {
+    const name = TYPES[code] || 'Object';
     recorder.answer(util('Type'), code);
     recorder.answer(entry('getPropertyTypeByID'), code);
     const meta = ofPlugin('x');

@@ -63,6 +63,15 @@ test('a list of numbers is not cut for a rest of one to three', () => {
   assert.strictEqual(kiln.intListToString(list(3), -1), 'IntList(0, 1, 2)');
 });
 
+test('the limit is converted to an integer', () => {
+  const list = Int32Array.from({length: 9}, (_, i) => i);
+  const cut = 'IntList(0, 1, 2, 3, 4, ... 4 more items)';
+  for (const limit of ['5', 5.9, {valueOf: () => 5}, 2 ** 32 + 5]) assert.strictEqual(kiln.intListToString(list, limit), cut);
+  for (const limit of [undefined, null, 'x', NaN, Infinity, -(2 ** 31), 9]) {
+    assert.strictEqual(kiln.intListToString(list, limit), 'IntList(0, 1, 2, 3, 4, 5, 6, 7, 8)');
+  }
+});
+
 test('a list of triples is cut for a rest of one', () => {
   const list = new VectorList(18);
   assert(kiln.vectorListToString(list, 5).endsWith('Vector(0, 0, 0), ... 1 more items)'));

@@ -104,7 +104,8 @@ test('plugins and their outputs', () => {
 
 test('what is no value is refused, and the SDK is not asked', () => {
   const before = recorder.count(SET);
-  for (const value of [{}, Symbol('s'), 5n, () => {}, new Date(), [1, {}], [[Symbol('s')]], new Map()]) {
+  for (const value of [{}, Symbol('s'), 5n, () => {}, new Date(), [1, {}], [[Symbol('s')]], new Map(),
+    Object(true), Object(5n), new DataView(new ArrayBuffer(8)), new ArrayBuffer(8), new Proxy([1], {})]) {
     assert.throws(() => plugin.setValue('p', value), {name: 'Error', message: 'Error in data'});
     assert.throws(() => { plugin.p = value; }, {name: 'Error', message: 'Error in data'});
   }
@@ -144,6 +145,13 @@ test('above the limit the SDK keeps the memory, and gives it back once', async (
     is(new Type(3), tag);
   }
   is(new Float64Array(3), 2002, [0, 0, 0]);
+  renderer.maxTypedListsCopyByteSize = 20;
+  is(new Float32Array(5), 2001);
+  is(new Float32Array(6), 3001);
+  renderer.maxTypedListsCopyByteSize = 4;
+  is(new Float32Array(1), 101);
+  is(new Float32Array(2), 3001);
+  renderer.maxTypedListsCopyByteSize = 0;
   recorder.answer(SET, {result: 0, keep: true});
   let weak;
   (() => {
@@ -282,7 +290,20 @@ test('an unknown tag is undefined, and a list goes on at the wrong word', () => 
   assert.deepStrictEqual(read(words(12, 2, 999, 0, 0, 5)), [undefined, 5]);
 });
 
+test('a text by its pointer', () => {
+  for (const value of ['', 'far', 'größe 日本', 'x'.repeat(5000)]) {
+    assert.strictEqual(read({type: 'stringPointer', value}), value);
+    assert.deepStrictEqual(read({type: 'list', value: [{type: 'stringPointer', value}, {type: 'int', value: 5}]}), [value, 5]);
+  }
+  assert.strictEqual(read(words(200, 0, 0)), undefined);
+});
+
 test('a string list, as the SDK writes it', () => {
+  const texts = ['abc', 'abcd', '', 'größe', 'abcdefgh'];
+  assert.deepStrictEqual(read({type: 'stringList', value: texts}), texts);
+  assert.deepStrictEqual(read({type: 'list', value: [{type: 'stringList', value: texts}, {type: 'int', value: 5}]}),
+    [texts, 5]);
+  assert.deepStrictEqual(read(words(109, 0)), []);
   assert.deepStrictEqual(read(words(109, 2, 1, 0x61, 0)), ['a', '']);
 });
 
