@@ -34,6 +34,8 @@ class MeshFileTest : public ::testing::Test {
     return {std::istreambuf_iterator<char>(in), {}};
   }
   void Replace(const std::string& bytes) const {
+    // Some file systems wait for the disk when a file is cut to nothing and written again.
+    fs::remove(file_);
     std::ofstream(file_, std::ios::binary | std::ios::trunc).write(bytes.data(), std::ssize(bytes));
   }
 
