@@ -66,6 +66,12 @@ bool Nearest(RTCScene scene, const Ray& ray, Hit* hit) {
   return ReadHit(query, hit);
 }
 
+// As far as rounding tells.
+bool IsOnEdge(const Hit& hit) {
+  constexpr float kClose = 1e-6f;
+  return std::min({hit.u, hit.v, 1 - hit.u - hit.v}) < kClose;
+}
+
 // Whether the ray passes the box by. A direction along a face makes a NaN there, which decides nothing.
 bool Misses(const Ray& ray, const Bounds3& box) {
   float near = ray.near;
@@ -253,7 +259,12 @@ void RenderScene::IntersectBundle(std::span<const Ray> rays, Hit* hits) const {
   for (size_t i = 0; i < rays.size(); ++i) Prepare(rays[i], &queries[i]);
   rtcIntersect1M(top_.get(), &context, queries, static_cast<unsigned>(rays.size()), sizeof(RTCRayHit));
   for (size_t i = 0; i < rays.size(); ++i) {
-    if (!ReadHit(queries[i], &hits[i])) hits[i] = {};
+    if (!ReadHit(queries[i], &hits[i])) {
+      hits[i] = {};
+    } else if (IsOnEdge(hits[i])) {
+      // Both triangles at an edge are met, and which comes first would depend on the other rays.
+      Intersect(rays[i], &hits[i]);
+    }
   }
 }
 

@@ -30,6 +30,8 @@ Tally Compare(const RenderScene& scene, int side, const Bucket& bucket, int firs
     EXPECT_EQ(std::isfinite(sample.hit.distance), std::isfinite(alone.distance)) << i;
     if (std::isfinite(alone.distance)) {
       EXPECT_NEAR(sample.hit.distance, alone.distance, 1e-5f * alone.distance) << i;
+      EXPECT_EQ(sample.hit.object, alone.object) << i;
+      EXPECT_EQ(sample.hit.triangle, alone.triangle) << i;
       ++tally.met;
     } else {
       ++tally.missed;
