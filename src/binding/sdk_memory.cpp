@@ -67,6 +67,13 @@ v8::MaybeLocal<v8::ArrayBuffer> NewBuffer(v8::Isolate* isolate, const void* byte
   return AdoptHeapBlock(isolate, copy, size);
 }
 
+v8::MaybeLocal<v8::ArrayBuffer> NewZeroBuffer(v8::Isolate* isolate, size_t size) {
+  if (!compat::kAdoptsMemory || size < kProbedSize) return v8::ArrayBuffer::New(isolate, size);
+  void* zeros = std::calloc(size, 1);
+  if (!zeros) return {};
+  return AdoptHeapBlock(isolate, zeros, size);
+}
+
 v8::MaybeLocal<v8::Object> AdoptBlockAsBuffer(v8::Isolate* isolate, void* block, size_t size) {
   v8::Local<v8::ArrayBuffer> memory;
   v8::Local<v8::Uint8Array> buffer;

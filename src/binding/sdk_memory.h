@@ -22,6 +22,8 @@ v8::MaybeLocal<v8::ArrayBuffer> AdoptHeapBlock(v8::Isolate* isolate, void* block
 // An ArrayBuffer with a copy of the bytes; empty when memory is out, which V8's own would end the process
 // over.
 v8::MaybeLocal<v8::ArrayBuffer> NewBuffer(v8::Isolate* isolate, const void* bytes, size_t size);
+// The same with zeros in place of the bytes.
+v8::MaybeLocal<v8::ArrayBuffer> NewZeroBuffer(v8::Isolate* isolate, size_t size);
 
 // Gives a block back to the SDK if the library is loaded; otherwise it is left alone. Null is allowed. Any
 // thread.

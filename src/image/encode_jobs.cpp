@@ -179,7 +179,10 @@ struct CompressImage {
   void* data = nullptr;
   uint64_t size = 0;
 
-  void Run() { size = EncodeToMemory(encoding, &data); }
+  void Run() {
+    size = EncodeToMemory(encoding, &data);
+    if (!data) size = 0;
+  }
   int Finish(Environment& environment, v8::Local<v8::Value>* arguments) {
     v8::Local<v8::Object> buffer;
     if (size == 0) return FinishWithError(environment, "Image compression error", arguments);

@@ -10,6 +10,9 @@
 namespace KilnNodeWrapper {
 namespace {
 
+constexpr size_t kFloatsPerPixel = 4;
+constexpr size_t kPixelBytes = kFloatsPerPixel * sizeof(float);
+
 v8::Local<v8::ArrayBuffer> BufferOf(v8::Local<v8::Value> array) {
   return array.As<v8::TypedArray>()->Buffer();
 }
@@ -31,6 +34,7 @@ class HeldImage final : public Closable {
     environment_.isolate()->AdjustAmountOfExternalAllocatedMemory(size_);
   }
   KilnImageHandle handle() const { return handle_; }
+  size_t size() const { return static_cast<size_t>(size_); }
   void Silence() override {}
   void Release() override {
     environment_.Remove(this);
@@ -114,11 +118,14 @@ KilnImageHandle imageHandleOf(v8::Local<v8::Object> image) {
 }
 
 v8::MaybeLocal<v8::Float32Array> PixelArray(Environment& environment, v8::Local<v8::Object> object,
-                                            KilnImageHandle handle, void* pixels, size_t count) {
-  if constexpr (compat::kAdoptsMemory) {
-    const size_t offset = static_cast<char*>(pixels) - static_cast<char*>(handle);
-    return v8::Float32Array::New(BufferOf(compat::GetField(object, 0)), offset, count);
-  }
+                                            KilnImageHandle handle, void* pixels, uint64_t pixel_count) {
+  v8::Local<v8::Value> array = compat::GetField(object, 0);
+  const size_t size = compat::kAdoptsMemory ? BufferOf(array)->ByteLength() : HolderOf(array)->size();
+  // What lies in front of the block counts as far behind it.
+  const size_t offset = reinterpret_cast<uintptr_t>(pixels) - reinterpret_cast<uintptr_t>(handle);
+  if (offset > size || offset % sizeof(float) != 0 || pixel_count > (size - offset) / kPixelBytes) return {};
+  const size_t count = pixel_count * kFloatsPerPixel;
+  if constexpr (compat::kAdoptsMemory) return v8::Float32Array::New(BufferOf(array), offset, count);
   v8::Local<v8::ArrayBuffer> copy = v8::ArrayBuffer::New(environment.isolate(), count * sizeof(float));
   if (count > 0) std::memcpy(copy->GetBackingStore()->Data(), pixels, count * sizeof(float));
   return v8::Float32Array::New(copy, 0, count);

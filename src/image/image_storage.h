@@ -15,9 +15,9 @@ namespace KilnNodeWrapper {
 bool StoreImage(Environment& environment, v8::Local<v8::Object> object, KilnImageHandle handle);
 // Detaches the memory, which is given back to the SDK. Does nothing for a closed image.
 void CloseImage(v8::Local<v8::Object> object);
-// `count` floats from `pixels`, which lies in the block: a view on the image's memory, or a copy where there
-// is none.
+// The floats of that many pixels from `pixels` on: a view on the image's memory, or a copy where there is
+// none. Empty, with nothing pending, when they do not lie in the image's block.
 v8::MaybeLocal<v8::Float32Array> PixelArray(Environment& environment, v8::Local<v8::Object> object,
-                                            KilnImageHandle handle, void* pixels, size_t count);
+                                            KilnImageHandle handle, void* pixels, uint64_t pixel_count);
 
 }  // namespace KilnNodeWrapper

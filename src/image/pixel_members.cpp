@@ -1,4 +1,5 @@
 // The members of a KilnImage that work on its pixels, on the JavaScript thread.
+#include <algorithm>
 #include <cstdlib>
 
 #include "binding/error.h"
@@ -99,7 +100,8 @@ void ReturnBitmap(const Arguments& info, const BitmapOptions& options) {
   const uint64_t size =
       sdk.KilnImage_toBitmapData(image, &data, options.flags, options.stride, options.alpha);
   v8::Local<v8::ArrayBuffer> memory;
-  if (size != 0 && AdoptBlock(info.GetIsolate(), data, size).ToLocal(&memory)) {
+  if (size == 0 || !data) return;
+  if (AdoptBlock(info.GetIsolate(), data, size).ToLocal(&memory)) {
     info.GetReturnValue().Set(v8::Uint8ClampedArray::New(memory, 0, size));
   }
 }
@@ -246,7 +248,7 @@ void GetPixelData(const Arguments& info) {
   void* pixels = sdk.KilnImage_getPixelDataPointerAndPixelCount(image, &count);
   Environment& environment = EnvironmentOf(info);
   v8::Local<v8::Float32Array> list;
-  if (!pixels || !PixelArray(environment, info.This(), image, pixels, count * 4).ToLocal(&list)) return;
+  if (!pixels || !PixelArray(environment, info.This(), image, pixels, count).ToLocal(&list)) return;
   SetListPrototype(environment, list, ListKind::kFloat);
   info.GetReturnValue().Set(list);
 }
@@ -269,9 +271,13 @@ void ToIntList(const Arguments& info) {
   int32_t width = 0;
   int32_t height = 0;
   sdk.KilnImage_getSize(image, &width, &height);
-  const uint64_t elements =
-      IntListElements(type, static_cast<uint64_t>(width) * static_cast<uint64_t>(height));
-  v8::Local<v8::ArrayBuffer> memory = v8::ArrayBuffer::New(isolate, elements * sizeof(int32_t));
+  const uint64_t elements = IntListElements(
+      type, static_cast<uint64_t>(std::max(width, 0)) * static_cast<uint64_t>(std::max(height, 0)));
+  v8::Local<v8::ArrayBuffer> memory;
+  if (elements > compat::MaxListLength() ||
+      !NewZeroBuffer(isolate, elements * sizeof(int32_t)).ToLocal(&memory)) {
+    return;
+  }
   if (sdk.KilnImage_toIntList(image, memory->GetBackingStore()->Data(), memory->ByteLength(), type) != 0)
     return;
   info.GetReturnValue().Set(v8::Int32Array::New(memory, 0, elements));

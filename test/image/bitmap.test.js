@@ -111,6 +111,8 @@ test('the array owns the SDK\'s memory and gives it back once', async () => {
 });
 
 test('no data is undefined', () => {
+  recorder.once(ENTRY, {result: 100n, out: {data: null}});
+  assert.strictEqual(new KilnImage(1, 1).toBitmapData(), undefined, 'a size alone is no data');
   recorder.once(ENTRY, {result: 0n});
   assert.strictEqual(new KilnImage(1, 1).toBitmapData(), undefined);
 });

@@ -126,6 +126,13 @@ test('a failure is an Error and null', async () => {
   assert.strictEqual(args[1], null);
 });
 
+test('a size without data is a failure', async () => {
+  recorder.once(ENTRIES.png, {result: 100n, out: {data: null}}, 2);
+  assert.strictEqual(image.compressSync('png'), undefined);
+  const {args: [error, buffer]} = await job((done) => image.compress('png', done));
+  assert.deepStrictEqual([error.message, buffer], ['Image compression error', null]);
+});
+
 test('compressSync answers a Buffer, or undefined', () => {
   for (const type of ['bmp', 'png', 'jpeg']) {
     recorder.once(ENTRIES[type], {result: 4n, out: {data: Buffer.from('data')}});

@@ -75,6 +75,16 @@ test('a failure of the SDK is undefined', () => {
   }
 });
 
+test('a size that no list can have is no list', () => {
+  const image = new KilnImage(2, 1);
+  recorder.once('KilnImage_getSize', {out: {width: 2 ** 31 - 1, height: 2 ** 31 - 1}});
+  assert.strictEqual(image.toIntList('rgba32'), undefined);
+  for (const [width, height] of [[-1, 1], [1, -1], [-5, -5], [-(2 ** 31), 2 ** 31 - 1]]) {
+    recorder.once('KilnImage_getSize', {out: {width, height}});
+    assert.strictEqual(image.toIntList().length, 0);
+  }
+});
+
 test('the size is the one that the SDK tells', () => {
   const image = new KilnImage(2, 1);
   recorder.once('KilnImage_getSize', {out: {width: 10, height: 3}});

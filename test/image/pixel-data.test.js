@@ -122,6 +122,20 @@ test('memory that was moved to another owner closes the image', {skip: copying},
   await collect(() => isFreed(handle));
 });
 
+test('pixels that do not lie in the block give nothing', () => {
+  const image = new KilnImage(2, 2);
+  for (const [offset, count] of [[HEAD, 5n], [HEAD + 16, 4n], [0, 1000n], [-64, 2n], [HEAD + 64, 1n], [HEAD + 1, 1n],
+    [HEAD, 1n << 60n], [HEAD, 1n << 62n], [HEAD, (1n << 64n) - 1n], [HEAD + 68, 0n]]) {
+    recorder.once('KilnImage_getPixelDataPointerAndPixelCount', {
+      result: handleOf(image) + BigInt(offset), out: {count},
+    });
+    assert.strictEqual(image.getPixelData(), undefined, `${offset} ${count}`);
+  }
+  recorder.once('KilnImage_getPixelDataPointerAndPixelCount', {result: handleOf(image) + 64n + 64n, out: {count: 0n}});
+  assert.strictEqual(image.getPixelData().length, 0);
+  assert.strictEqual(image.getPixelData().length, 16);
+});
+
 test('pixels that are nowhere give nothing', () => {
   recorder.once('KilnImage_getPixelDataPointerAndPixelCount', {result: null, out: {count: 0n}});
   assert.strictEqual(new KilnImage(2, 2).getPixelData(), undefined);
