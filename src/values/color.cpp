@@ -72,30 +72,32 @@ void FromTemperature(const Arguments& info) {
   Return(info, Widen(rgb));
 }
 
-// The temperature, negative after throwing; with the closest colour when there is room for it.
-float ClosestTemperature(const Arguments& info, float* closest) {
+// With the closest colour when there is room for it; false after throwing.
+bool ClosestTemperature(const Arguments& info, float* kelvin, float* closest) {
   v8::Isolate* isolate = info.GetIsolate();
   int32_t space = kSpaceSRGB;
-  if (!EnsureBound(isolate) || !ReadSpace(info, 0, "Argument 0 should be an integer.", &space)) return -1;
+  if (!EnsureBound(isolate) || !ReadSpace(info, 0, "Argument 0 should be an integer.", &space)) return false;
   const auto color = LoadValue<Color>(info.This());
   const float rgb[3] = {static_cast<float>(color.r), static_cast<float>(color.g),
                         static_cast<float>(color.b)};
-  const float kelvin = sdk.Kiln_getBlackBodyClosestTemperature(rgb, closest, space);
-  if (kelvin < 0) ThrowError(isolate, kNoSuchSpace);
-  return kelvin;
+  *kelvin = sdk.Kiln_getBlackBodyClosestTemperature(rgb, closest, space);
+  // Only what is negative is a failure; what is no number is the answer for a colour that is none.
+  if (*kelvin < 0) ThrowError(isolate, kNoSuchSpace);
+  return !(*kelvin < 0);
 }
 
 void GetClosestTemperature(const Arguments& info) {
-  const float kelvin = ClosestTemperature(info, nullptr);
-  if (kelvin >= 0) Return(info, static_cast<double>(kelvin));
+  float kelvin = 0;
+  if (ClosestTemperature(info, &kelvin, nullptr)) Return(info, static_cast<double>(kelvin));
 }
 
 void GetClosestTemperatureAndColor(const Arguments& info) {
   v8::Isolate* isolate = info.GetIsolate();
+  float kelvin = 0;
   float rgb[3] = {};
-  const float kelvin = ClosestTemperature(info, rgb);
   v8::Local<v8::Object> color;
-  if (!(kelvin >= 0) || !NewValue(EnvironmentOf(info), Widen(rgb)).ToLocal(&color)) return;
+  if (!ClosestTemperature(info, &kelvin, rgb)) return;
+  if (!NewValue(EnvironmentOf(info), Widen(rgb)).ToLocal(&color)) return;
   v8::Local<v8::Object> result = v8::Object::New(isolate);
   if (defineValue(isolate, result, "temperature", v8::Number::New(isolate, kelvin), v8::None) &&
       defineValue(isolate, result, "color", color, v8::None)) {

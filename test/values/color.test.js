@@ -134,6 +134,9 @@ test('the closest temperature, with and without its colour', () => {
   const call = recorder.last('Kiln_getBlackBodyClosestTemperature');
   assert.strictEqual(call.arg.space, 1);
   assert(!call.arg.closest_rgb, 'no room for a colour that nobody wants');
+  recorder.answer('Kiln_getBlackBodyClosestTemperature', {result: NaN});
+  assert.strictEqual(new Color(NaN, 0, 0).getClosestTemperature(), NaN, 'only a negative answer is a failure');
+  assert.strictEqual(new Color(NaN, 0, 0).getClosestTemperatureAndColor().temperature, NaN);
   recorder.answer('Kiln_getBlackBodyClosestTemperature', {result: -1});
   for (const name of ['getClosestTemperature', 'getClosestTemperatureAndColor']) {
     assert.throws(() => color[name](9), error('rgbColorSpace value out of range'));
