@@ -94,7 +94,7 @@ void ReadNow(const Arguments& info, Extent extent) {
   }
   uint32_t flags = KILN_PROXY_ALL;
   if (!info[1]->IsNullOrUndefined() && info[1]->ToObject(context).ToLocal(&wanted)) {
-    flags = ReadMeshFlags(context, wanted);
+    flags = ReadMeshFlags(context, wanted, 0);
   }
   ReadMesh operation{ReadMeshSource(environment, source), MeshContent(flags), extent};
   operation.Run();
@@ -125,7 +125,7 @@ struct Request {
       receiver = RendererObjectOf(value.As<v8::Object>());
     } else if (!value->IsNullOrUndefined() && value->ToObject(context).ToLocal(&object)) {
       source.params.Fill(context, object);
-      flags |= ReadMeshFlags(context, object);
+      flags = ReadMeshFlags(context, object, flags);
       receiver = object;
     }
   }

@@ -111,8 +111,7 @@ const ProxyReadParams* MeshReadParams::Record() {
   return &record_;
 }
 
-uint32_t ReadMeshFlags(v8::Local<v8::Context> context, v8::Local<v8::Object> object) {
-  uint32_t flags = 0;
+uint32_t ReadMeshFlags(v8::Local<v8::Context> context, v8::Local<v8::Object> object, uint32_t flags) {
   bool all = false;
   WalkKeys(context, object, Unreadable::kEndsTheWalk, [&](std::string_view name, v8::Local<v8::Value> value) {
     const bool on = value->BooleanValue(v8::Isolate::GetCurrent());

@@ -28,7 +28,8 @@ class MeshReadParams {
   OwnText object_path_;
 };
 
-// ProxyDataFlags by their keys, which count in any case; `all` stands for every one.
-uint32_t ReadMeshFlags(v8::Local<v8::Context> context, v8::Local<v8::Object> object);
+// ProxyDataFlags after the keys of an object, which count in any case: each sets or clears its own of the
+// given flags, and `all` stands for every one.
+uint32_t ReadMeshFlags(v8::Local<v8::Context> context, v8::Local<v8::Object> object, uint32_t flags);
 
 }  // namespace KilnNodeWrapper

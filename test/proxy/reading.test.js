@@ -330,7 +330,8 @@ test('readFullData takes its arguments in any order', async () => {
     assert.strictEqual(flagsOf(recorder.last(P).args[2]), flags);
     assert.strictEqual('normals' in object, (flags & 32) !== 0);
   }
-  for (const [args, flags] of [[[{file: 'a'}], ALL], [[{file: 'a', vertices: true}, null], 16], [[{file: 'a'}, {UVs: true}], 256]]) {
+  for (const [args, flags] of [[[{file: 'a'}], ALL], [[{file: 'a', vertices: true}, null], 16], [[{file: 'a'}, {UVs: true}], 256],
+    [[{file: 'a', vertices: true, UVs: true}, {vertices: false}], 256], [[{all: true}, {file: 'a', normals: false}], ALL & ~32]]) {
     const [self, error] = await inBackground(...args);
     assert.strictEqual(error, null);
     assert.strictEqual(self, args.filter((one) => one).pop());
