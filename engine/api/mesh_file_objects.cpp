@@ -17,6 +17,8 @@ struct Column {
   const int32_t* frames;
   int32_t size;
 };
+template <class Pointer>
+Column(const Pointer*, const int32_t*, const int32_t*, int32_t) -> Column<Pointer>;
 
 template <class T, class U>
 std::vector<T> Copy(const U* data, int32_t count) {

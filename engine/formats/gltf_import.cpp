@@ -23,8 +23,7 @@ constexpr float kFar = 1e30f;
 class GltfImporter {
  public:
   GltfImporter(const GltfDocument& document, scene::SceneBatch& batch, const std::filesystem::path& base_dir)
-      : document_(document),
-        model_(document.model),
+      : model_(document.model),
         stage_(batch, base_dir),
         textures_(document, stage_, base_dir),
         materials_(document, stage_, textures_),
@@ -157,7 +156,6 @@ class GltfImporter {
     stage_.MarkLight();
   }
 
-  const GltfDocument& document_;
   const tinygltf::Model& model_;
   ImportStage stage_;
   GltfTextures textures_;
