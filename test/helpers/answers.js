@@ -147,7 +147,8 @@ function toAnswer(row, spec, intern, toRaise) {
   });
   out.raises = (answer.raise || []).map(([setter, fields, options]) => toRaise(setter, fields, options));
   out.wait = answer.wait !== false;
-  out.filter = (answer.filter || []).map((names) => names.map((one) => Buffer.from(one).toString('base64')));
+  const base64 = (text) => text === null ? null : Buffer.from(text).toString('base64');
+  out.filter = (answer.filter || []).map((names) => names.map(base64));
   if (answer.complete !== undefined) {
     const {image, delay = 0, sameThread = false} = answer.complete;
     out.complete = {w: image ? image.width : 0, h: image ? image.height : 0, delay, same_thread: sameThread};

@@ -18,7 +18,7 @@
 //             an object of fields, where '*field' writes through the pointer that the host put there.
 //   delay     milliseconds before the answer        gate    the name of a gate that the call waits at
 //   raise     [[setter, fields, options], ...] raised from other threads during the call; `wait: false` does not wait
-//   filter    [[first, second], ...] that the plugin filter is asked for, on the calling thread
+//   filter    [[first, second], ...] that the plugin filter is asked for, on the calling thread; first may be null
 //   keep      keeps scene buffers and kept lists, until releaseKept
 //   complete  {image?: {width, height}, delay?, sameThread?}: how a denoise request ends
 //

@@ -150,8 +150,9 @@ Answer ToAnswer(int row, const Json& json) {
   for (const Json& raise : json.value("raises", Json::array())) answer.raises.push_back(ToRaise(raise));
   answer.wait_for_raises = json.value("wait", true);
   for (const Json& names : json.value("filter", Json::array())) {
-    answer.filter.emplace_back(FromBase64(names[0].get<std::string>()),
-                               FromBase64(names[1].get<std::string>()));
+    std::optional<std::string> first;
+    if (!names[0].is_null()) first = FromBase64(names[0].get<std::string>());
+    answer.filter.emplace_back(std::move(first), FromBase64(names[1].get<std::string>()));
   }
   answer.keep = json.value("keep", false);
   if (json.contains("complete")) answer.completion = ToCompletion(json["complete"]);

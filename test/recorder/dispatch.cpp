@@ -40,10 +40,10 @@ void RunRaises(const Answer& answer) {
 }
 
 FilterStep AskFilter(KilnFilterFunction filter, void* user,
-                     const std::pair<std::string, std::string>& names) {
+                     const std::pair<std::optional<std::string>, std::string>& names) {
   const char* const second = names.second.c_str();
-  const char* const answer = filter(names.first.c_str(), second, user);
-  FilterStep step{names.first, names.second, 'r', ""};
+  const char* const answer = filter(names.first ? names.first->c_str() : nullptr, second, user);
+  FilterStep step{names.first.value_or(""), names.second, 'r', ""};
   if (answer == nullptr) {
     step.outcome = 'l';
   } else if (answer == second) {

@@ -50,7 +50,8 @@ struct Answer {
   std::string gate;  // waits, after the delay, until it is open
   std::vector<RaiseRequest> raises;
   bool wait_for_raises = true;
-  std::vector<std::pair<std::string, std::string>> filter;  // asked for on the calling thread
+  // Asked for on the calling thread; the first name may be a null pointer.
+  std::vector<std::pair<std::optional<std::string>, std::string>> filter;
   bool keep = false;  // scene buffers and kept lists stay until they are released by a command
   std::optional<Completion> completion;
 };
