@@ -180,6 +180,19 @@ test('the timer keeps the loop alive and lets it end behind the last close', asy
   assert.deepStrictEqual([ended.code, ended.timedOut, ended.stderr], [0, false, '']);
 });
 
+test('an open renderer keeps the loop alive without the timer too', async () => {
+  const ended = await runChild(() => {
+    const {kiln: own, open: make} = require('./test/renderer/common');
+    own.enableFrameBuffer(false);
+    const renderer = make();
+    setTimeout(() => {
+      process.stdout.write('still open');
+      renderer.close();
+    }, 30).unref();
+  }, {timeout: 5000});
+  assert.deepStrictEqual([ended.code, ended.timedOut, ended.stdout, ended.stderr], [0, false, 'still open', '']);
+});
+
 test('nothing is left', async () => {
   assert.ok(kiln);
   await collected();
