@@ -11,7 +11,7 @@ namespace kiln::engine::render::test {
 namespace {
 
 using std::chrono::milliseconds;
-constexpr milliseconds kLong{20000};
+constexpr milliseconds kLong{120000};  // only a hang takes as long, under a sanitizer and beside others too
 
 ImagePtr RenderProduction(scene::Scene& scene, RenderOptions options = {}) {
   Recorder recorder;
