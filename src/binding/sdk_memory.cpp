@@ -38,6 +38,12 @@ void ReleaseBlockOf(uintptr_t generation, void* block) {
   if (use && generation == SdkGeneration()) sdk.C_memory_free(block);
 }
 
+SdkOrigin::SdkOrigin() : generation_(SdkGeneration()) {}
+
+bool SdkOrigin::IsLoaded() const {
+  return SdkIsLoaded() && generation_ == SdkGeneration();
+}
+
 v8::MaybeLocal<v8::ArrayBuffer> AdoptBlock(v8::Isolate* isolate, void* block, size_t size) {
   if (compat::kAdoptsMemory && size > 0) {
     return v8::ArrayBuffer::New(isolate, v8::ArrayBuffer::NewBackingStore(

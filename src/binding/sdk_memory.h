@@ -32,4 +32,15 @@ void ReleaseBlock(void* block);
 // the next one knows nothing of it.
 void ReleaseBlockOf(uintptr_t generation, void* block);
 
+// Remembers the library that is loaded when it is made: a handle of that library may be given back to no
+// other, and to nobody once it is gone.
+class SdkOrigin {
+ public:
+  SdkOrigin();
+  bool IsLoaded() const;
+
+ private:
+  uintptr_t generation_;
+};
+
 }  // namespace KilnNodeWrapper

@@ -63,7 +63,7 @@ void RendererWrapper::LeaveCounters() {
 // handler is through.
 void RendererWrapper::Close() {
   if (!renderer) return;
-  ClearCallbacks(renderer);
+  if (origin_.IsLoaded()) ClearCallbacks(renderer);
   WakePorts();
   ReleaseHandle();
 }
@@ -71,7 +71,7 @@ void RendererWrapper::Close() {
 void RendererWrapper::ReleaseHandle() {
   KilnRendererHandle handle = renderer;
   renderer = nullptr;
-  sdk.Kiln_KilnRenderer_release(handle);
+  if (origin_.IsLoaded()) sdk.Kiln_KilnRenderer_release(handle);
   ClosePorts();
   LeaveCounters();
 }
@@ -88,10 +88,11 @@ void RendererWrapper::Settle() {
 
 void RendererWrapper::Silence() {
   if (!renderer) return WakeLoaders();
-  if (releasing_ == 0) ClearCallbacks(renderer);
+  const bool is_ours = releasing_ == 0 && origin_.IsLoaded();
+  if (is_ours) ClearCallbacks(renderer);
   WakePorts();
   // A job may be waiting for the render's end.
-  if (releasing_ == 0) sdk.Kiln_KilnRenderer_stop(renderer);
+  if (is_ours) sdk.Kiln_KilnRenderer_stop(renderer);
 }
 
 void RendererWrapper::EmptyCaches() {
@@ -116,7 +117,7 @@ void RendererWrapper::OnCollected(const v8::WeakCallbackInfo<RendererWrapper>& i
   RendererWrapper* wrapper = info.GetParameter();
   wrapper->self.Reset();
   if (wrapper->renderer) {
-    ClearCallbacks(wrapper->renderer);
+    if (wrapper->origin_.IsLoaded()) ClearCallbacks(wrapper->renderer);
     wrapper->WakePorts();
     if (wrapper->classCache.empty()) wrapper->ReleaseHandle();
   }

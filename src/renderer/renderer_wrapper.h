@@ -6,6 +6,7 @@
 #include "binding/environment.h"
 #include "binding/event_port.h"
 #include "binding/members.h"
+#include "binding/sdk_memory.h"
 #include "renderer/renderer_events.h"
 #include "scene/class_cache.h"
 #include "scene/plugin_cache.h"
@@ -67,6 +68,7 @@ class RendererWrapper final : public Closable {
   void ReleaseHandle();
 
   Environment& environment_;
+  SdkOrigin origin_;
   std::vector<ParkingPlace*> loaders_;
   int releasing_ = 0;
   bool second_pass_comes_ = false;

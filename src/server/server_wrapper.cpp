@@ -127,6 +127,7 @@ void KilnServerWrapper::RegisterLogCallback() {
 }
 
 void KilnServerWrapper::ClearCallbacks() {
+  if (!origin_.IsLoaded()) return;
   for (const Row& row : kRows) (sdk.*row.setter)(server, nullptr);
   sdk.Kiln_KilnServer_setDumpMessageCallback(server, nullptr, minLogLevel);
 }
@@ -158,7 +159,7 @@ void KilnServerWrapper::Close() {
   WakePort(port_);
   KilnServerHandle handle = server;
   server = nullptr;
-  sdk.Kiln_KilnServer_release(handle);
+  if (origin_.IsLoaded()) sdk.Kiln_KilnServer_release(handle);
   LeavePort();
 }
 
@@ -183,7 +184,7 @@ void KilnServerWrapper::Silence() {
   if (!server) return;
   if (!releasing_) ClearCallbacks();
   WakePort(port_);
-  if (!releasing_) sdk.Kiln_KilnServer_stop(server);
+  if (!releasing_ && origin_.IsLoaded()) sdk.Kiln_KilnServer_stop(server);
 }
 
 void KilnServerWrapper::Release() {

@@ -3,6 +3,7 @@
 
 #include "binding/environment.h"
 #include "binding/event_port.h"
+#include "binding/sdk_memory.h"
 #include "server.h"
 
 namespace KilnNodeWrapper {
@@ -51,6 +52,7 @@ class KilnServerWrapper final : public Closable {
   void LeavePort();
 
   Environment& environment_;
+  SdkOrigin origin_;
   PortOf<ServerEvent>* port_;
   bool releasing_ = false;
 };

@@ -6,6 +6,7 @@
 #include "binding/lazy_class.h"
 #include "binding/object_builder.h"
 #include "binding/object_wrap.h"
+#include "binding/sdk_memory.h"
 #include "binding/text.h"
 #include "module/module.h"
 #include "module/sdk_library.h"
@@ -32,12 +33,13 @@ class ScannedMaterialWrapper final : public ObjectWrap {
     if (!handle_) return;
     KilnScanHandle handle = handle_;
     handle_ = nullptr;
-    sdk.Kiln_KiScanInfo_delete(handle);
+    if (origin_.IsLoaded()) sdk.Kiln_KiScanInfo_delete(handle);
     liveObjectCounter--;
   }
 
  private:
   KilnScanHandle handle_;
+  SdkOrigin origin_;
 };
 
 struct PresetKey {

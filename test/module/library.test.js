@@ -141,6 +141,42 @@ test('close forgets the library, the text and the path, twice as well as once', 
   bindRecorder();
 });
 
+test('objects of a library that is gone are closed, collected and left at the end without it', async () => {
+  const runs = {
+    close: (k, helpers, objects) => objects().forEach((one) => one.close()),
+    collect: async (k, helpers, objects) => {
+      (() => objects())();
+      for (let i = 0; i < 3; i++) {
+        await helpers.sleep(1);
+        helpers.forceGc();
+      }
+    },
+    exit: (k, helpers, objects) => {
+      globalThis.kept = objects();
+      setTimeout(() => process.exit(), 1);
+    },
+    // The next library knows nothing of the handles of this one.
+    reload: (k, helpers, objects) => {
+      const made = objects();
+      k.setSDKLibraryPath(helpers.paths.recorderDir, true);
+      made.forEach((one) => one.close());
+      helpers.recorder.check();
+    },
+  };
+  for (const [name, run] of Object.entries(runs)) {
+    const child = await runChild((helpers, source) => {
+      const k = helpers.loadNative();
+      k.enableFrameBuffer(false);
+      return eval(source)(k, helpers, () => {
+        const made = [new k.KilnRenderer(), new k.KilnServer(), new k.ScannedMaterialInfo('a')];
+        k.close();
+        return made;
+      });
+    }, {args: [String(run)]});
+    assert.deepStrictEqual([child.code, child.signal, child.stderr], [0, null, ''], name);
+  }
+});
+
 test('what is no library, or only a part of one, is an error and never a signal', async () => {
   const broken = makeBrokenLibraries(path.join(temporary, 'broken'));
   assert(broken.length >= 10);
