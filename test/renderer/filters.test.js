@@ -29,7 +29,12 @@ const buffer = (text) => Buffer.from(text);
 const operand = ({takes}, text = 'a') => takes === 'buffers' ? buffer(text) : text;
 
 let renderer = open();
-const run = (method, ...args) => new Promise((resolve) => renderer[method](...args, (...got) => resolve(got)));
+const run = (method, ...args) => new Promise((resolve, reject) => {
+  renderer[method](...args, function (...got) {
+    if (this === renderer) resolve(got);
+    else reject(new Error('The receiver of the callback is not the renderer.'));
+  });
+});
 
 test.beforeEach(() => {
   recorder.reset();

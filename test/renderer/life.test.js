@@ -137,6 +137,38 @@ test('the handle stays until a release on the pool has returned', async () => {
   gate.close();
 });
 
+test('close lets go of the objects that were handed out at once, with a callback too', async () => {
+  recorder.answer(entry('getPluginID'), 7n);
+  recorder.answer(entry('pluginClassExists'), {text: 'Some'});
+  for (const callback of [false, true]) {
+    const renderer = open();
+    const plugin = renderer.plugins.a;
+    const some = renderer.classes.Some;
+    assert.deepStrictEqual([renderer.plugins.a === plugin, renderer.classes.Some === some], [true, true]);
+    const gate = recorder.gate('release');
+    if (callback) recorder.once(entry('release'), {gate});
+    const closed = callback ? named((done) => renderer.close(done)) : renderer.close();
+    assert.deepStrictEqual([renderer.plugins.a === plugin, renderer.classes.Some === some], [false, false]);
+    gate.open();
+    await closed;
+    gate.close();
+  }
+  recorder.reset();
+});
+
+test('renderers that are collected before their classes are released too', async () => {
+  await collected();
+  recorder.answer(entry('pluginClassExists'), {text: 'Some'});
+  recorder.clear();
+  (() => {
+    // Enough of them that some stand in front of their classes in the collector's list.
+    for (let i = 0; i < 300; ++i) void open().classes.Some;
+  })();
+  recorder.reset();
+  await collect(() => recorder.count(entry('release')) === 300);
+  await collected();
+});
+
 test('events that come of a release on the pool are delivered', async () => {
   const renderer = open();
   turn(renderer, 0, true);
