@@ -54,6 +54,25 @@ test('an exception of the filter in the other form is an uncaught one, and the l
   assert.deepStrictEqual([ended.code, ended.stderr, ended.stdout], [0, '', 'a c null left out,kept,left out after ']);
 });
 
+test('the load goes on only after the exception of the filter has been dealt with', async () => {
+  const ended = await runChild(() => {
+    const {recorder: log, open: make} = require('./test/renderer/common');
+    const answered = () => log.last('Kiln_KilnRenderer_loadFiltered').filter.length;
+    log.answer('Kiln_KilnRenderer_loadFiltered', {filter: [['Node', 'a'], ['Node', 'b']]});
+    const renderer = make();
+    process.on('uncaughtException', () => {
+      const end = Date.now() + 40;
+      while (Date.now() < end) { /* the loader waits */ }
+      process.stdout.write(`${answered()} `);
+    });
+    renderer.loadFiltered('x', () => { throw new Error('no'); }, () => {
+      process.stdout.write(`${answered()}`);
+      renderer.close();
+    });
+  });
+  assert.deepStrictEqual([ended.code, ended.stderr, ended.stdout], [0, '', '0 1 2']);
+});
+
 test('an exception without a handler ends the process with code 1', async () => {
   for (const throws of ['filter', 'after']) {
     const ended = await runChild((helpers, where) => {
