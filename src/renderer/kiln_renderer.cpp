@@ -106,7 +106,9 @@ struct CloseRenderer {
   RendererWrapper* wrapper;
   KilnRendererHandle handle;
 
-  void Run() { sdk.Kiln_KilnRenderer_release(handle); }
+  void Run() {
+    if (SdkIsLoaded()) sdk.Kiln_KilnRenderer_release(handle);
+  }
   int Finish(Environment&, v8::Local<v8::Value>*) {
     Abandon();
     return 0;

@@ -85,7 +85,9 @@ struct CloseServer {
   KilnServerWrapper* wrapper;
   KilnServerHandle handle;
 
-  void Run() { sdk.Kiln_KilnServer_release(handle); }
+  void Run() {
+    if (SdkIsLoaded()) sdk.Kiln_KilnServer_release(handle);
+  }
   int Finish(Environment&, v8::Local<v8::Value>*) {
     Abandon();
     return 0;

@@ -144,6 +144,10 @@ test('close forgets the library, the text and the path, twice as well as once', 
 test('objects of a library that is gone are closed, collected and left at the end without it', async () => {
   const runs = {
     close: (k, helpers, objects) => objects().forEach((one) => one.close()),
+    callback: async (k, helpers, objects) => {
+      const [renderer, server] = objects();
+      for (const one of [renderer, server]) await new Promise((resolve) => one.close(resolve));
+    },
     collect: async (k, helpers, objects) => {
       (() => objects())();
       for (let i = 0; i < 3; i++) {
