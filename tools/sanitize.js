@@ -37,7 +37,7 @@ const PRESETS = {
   // for Node.js, and by the port's own count where a wake of the loop orders nothing that it sees.
   thread: {
     runtime: 'libtsan.so',
-    environment: { TSAN_OPTIONS: 'ignore_noninstrumented_modules=1:exitcode=66:atexit_sleep_ms=100' },
+    environment: { TSAN_OPTIONS: 'ignore_noninstrumented_modules=1:exitcode=66:atexit_sleep_ms=100:allocator_may_return_null=1' },
     leftOut: THREAD_LEAVES_OUT,
   },
 };
