@@ -45,7 +45,7 @@ std::string FindByName(const std::string& name) {
 void OpenNeighbours(const ElfFile& file, const std::string& directory, std::set<std::string>& seen,
                     std::vector<void*>& handles) {
   for (const std::string& name : file.needed) {
-    const std::string path = directory + "/" + name;
+    const std::string path = std::string(directory).append("/").append(name);
     if (!seen.insert(name).second || !Exists(path)) continue;
     const ElfFile neighbour = InspectElfFile(path);
     if (!neighbour.error.empty()) {
