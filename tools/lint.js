@@ -25,7 +25,11 @@ async function inParallel(items, work) {
   const waiting = [...items];
   let total = nothing();
   const worker = async () => {
-    for (let item = waiting.shift(); item !== undefined; item = waiting.shift()) total = add(total, await work(item));
+    for (let item = waiting.shift(); item !== undefined; item = waiting.shift()) {
+      // In two steps: the sum may have grown while the work was awaited.
+      const counts = await work(item);
+      total = add(total, counts);
+    }
   };
   await Promise.all(Array.from({ length: os.cpus().length }, worker));
   return total;
