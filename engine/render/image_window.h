@@ -12,7 +12,7 @@ struct ImageWindow {
   // `crop`: the window of the whole camera image that fills the picture. Pixels stay square: the whole camera
   // image is as much larger than the picture as the window is smaller than it.
   ImageWindow(int width, int height, const std::optional<RegionF>& crop) {
-    const RegionF window = crop.value_or(RegionF{0, 0, 1, 1});
+    const RegionF window = crop ? *crop : RegionF{0, 0, 1, 1};
     aspect = (static_cast<float>(width) / window.width) / (static_cast<float>(height) / window.height);
     scale = {2 * window.width / static_cast<float>(width), -2 * window.height / static_cast<float>(height)};
     shift = {2 * window.left - 1, 1 - 2 * window.top};
