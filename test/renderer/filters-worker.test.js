@@ -109,13 +109,17 @@ test('ends by process.exit in the filter', async () => {
 });
 
 test('ends by an exception of the filter', async () => {
-  recorder.answer(NAME, {filter: MANY});
+  const gate = recorder.gate('load');
+  recorder.answer(NAME, {filter: MANY, gate});
   const {worker, ended} = await begin(({open, ready}) => {
     const renderer = open();
     ready();
     renderer.loadFiltered('a', () => { throw new Error('of a filter'); }, () => {});
   });
+  // Only now: an error of a worker may overtake its messages.
+  gate.open();
   await assert.rejects(ended, {message: 'of a filter'});
+  gate.close();
   await worker.terminate();
   await quiet();
 });
