@@ -3,23 +3,37 @@
 'use strict';
 
 const path = require('path');
-const { once } = require('events');
 const kiln = require('..');
 const { Vector } = kiln;
 
-/** Resolves with the first picture that has the changes up to now. */
-async function nextPicture(renderer) {
-  const change = renderer.commit();
-  for (;;) {
-    const [image, index, samples] = await once(renderer, 'progressiveImageUpdated');
-    if (index >= change) return { image, samples };
-    image.close();
-  }
+// One listener hears all that comes; between two of `once` a picture or a state could pass by unheard.
+
+/** Makes the edit and commits it; resolves with the first picture that has it. */
+function pictureAfter(renderer, edit) {
+  return new Promise((resolve) => {
+    let change = Infinity;
+    const look = (image, index, samples) => {
+      if (index < change) return image.close();
+      renderer.off('progressiveImageUpdated', look);
+      return resolve({ image, samples });
+    };
+    renderer.on('progressiveImageUpdated', look);
+    edit();
+    change = renderer.commit();
+  });
 }
 
 /** Resolves when the renderer has the state. */
-async function untilState(renderer, wanted) {
-  while (renderer.state !== wanted) await once(renderer, 'stateChanged');
+function untilState(renderer, wanted) {
+  return new Promise((resolve) => {
+    const look = () => {
+      if (renderer.state !== wanted) return;
+      renderer.off('stateChanged', look);
+      resolve();
+    };
+    renderer.on('stateChanged', look);
+    look();
+  });
 }
 
 async function main(picture = 'session.png', width = '320', height = '320') {
@@ -38,9 +52,10 @@ async function main(picture = 'session.png', width = '320', height = '320') {
   const { copper, lamp, camera } = renderer.plugins;
   for (const [roughness, red] of [[0.35, 1], [0.2, 0.7], [0.1, 0.4]]) {
     const started = Date.now();
-    copper.roughness = roughness;
-    lamp.color = [red, 0.86, 0.68];
-    const { image, samples } = await nextPicture(renderer);
+    const { image, samples } = await pictureAfter(renderer, () => {
+      copper.roughness = roughness;
+      lamp.color = [red, 0.86, 0.68];
+    });
     console.log(`roughness ${roughness}, red ${red}: the picture came after ${Date.now() - started} ms, ${samples} samples`);
     image.close();
   }
@@ -53,8 +68,9 @@ async function main(picture = 'session.png', width = '320', height = '320') {
   // Without it several changes are taken over together, by commit().
   renderer.autoCommit = false;
   const { transform } = camera;
-  for (const step of [1, 2, 3]) camera.transform = transform.replaceOffset(transform.offset.add(new Vector(0.1 * step, 0, 0)));
-  const { image } = await nextPicture(renderer);
+  const { image } = await pictureAfter(renderer, () => {
+    for (const step of [1, 2, 3]) camera.transform = transform.replaceOffset(transform.offset.add(new Vector(0.1 * step, 0, 0)));
+  });
   image.close();
   await renderer.getImage({ doColorCorrect: true }).promises.save(picture);
   await renderer.promises.stop();
