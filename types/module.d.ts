@@ -18,7 +18,10 @@ export function getSDKLibraryErrorString(): string;
 export function getSDKLibraryMissingFunctions(): string[];
 /** Whether renderers made from now on may open the frame-buffer window. */
 export function enableFrameBuffer(isEnabled: boolean): void;
-/** Unloads the SDK library and forgets its path. */
+/**
+ * Unloads the SDK library and forgets its path. Close what was made with it before: what is left has no events from
+ * then on, and its members answer as if there were nothing.
+ */
 export function close(): void;
 export function setProcessPriority(pid: number, priority: 'idle' | 'low' | 'normal' | 'high' | 'highest'): boolean;
 export function setNumaNode(pid: number, node: number): boolean;

@@ -2,6 +2,7 @@
 // object that is gone finds nothing instead of freed memory.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -79,9 +80,14 @@ class HandleTable {
 
   static uintptr_t NumberOf(Handle handle) { return reinterpret_cast<uintptr_t>(handle); }
 
+  // From the clock on, so that what a host still holds of an earlier load of this library finds nothing.
+  static uintptr_t FirstNumber() {
+    return static_cast<uintptr_t>(std::chrono::steady_clock::now().time_since_epoch().count()) + 1;
+  }
+
   mutable std::shared_mutex mutex_;
   Entries entries_;
-  uintptr_t next_ = 1;
+  uintptr_t next_ = FirstNumber();
   bool ended_ = false;
 };
 

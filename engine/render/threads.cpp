@@ -86,6 +86,10 @@ void InitThreads(int threads) {
     if (!state.handle) state.handle = tbb::task_scheduler_handle(tbb::attach{});
   }
   Allow(WorkerCount(threads));
+  // The first arena has oneTBB look for another library. A thread that did so while this one is being
+  // unloaded would wait for the loader, and the unload for it. What oneTBB keeps for a thread goes with this
+  // one.
+  std::thread([] { tbb::task_arena(1).initialize(); }).join();
 }
 
 bool ShutdownThreads() {

@@ -12,8 +12,8 @@ constinit std::mutex places_mutex;
 constinit ParkingPlace* places = nullptr;
 constinit std::atomic<int> sdk_threads{0};
 
-// An SDK that does not come to an end must not keep the process from ending.
-constexpr auto kLongestExit = std::chrono::seconds(5);
+// An SDK that does not come to an end must not keep the process, or an unload, from ending.
+constexpr auto kLongestEnd = std::chrono::seconds(5);
 
 void Enlist(ParkingPlace* place) {
   std::lock_guard lock(places_mutex);
@@ -30,17 +30,6 @@ void Strike(ParkingPlace* place) {
     places = place->next;
   }
   if (place->next) place->next->previous = place->previous;
-}
-
-void LetEverythingGo() {
-  {
-    std::lock_guard lock(places_mutex);
-    for (ParkingPlace* place = places; place; place = place->next) WakePort(place);
-  }
-  const auto end = std::chrono::steady_clock::now() + kLongestExit;
-  while (sdk_threads > 0 && std::chrono::steady_clock::now() < end) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
 }
 
 void Free(uv_handle_t* handle) {
@@ -107,8 +96,19 @@ void LeaveSdkThread() {
   sdk_threads--;
 }
 
+void LetSdkThreadsGo() {
+  {
+    std::lock_guard lock(places_mutex);
+    for (ParkingPlace* place = places; place; place = place->next) WakePort(place);
+  }
+  const auto end = std::chrono::steady_clock::now() + kLongestEnd;
+  while (sdk_threads > 0 && std::chrono::steady_clock::now() < end) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+}
+
 void WakePortsAtExit() {
-  std::atexit(LetEverythingGo);
+  std::atexit(LetSdkThreadsGo);
 }
 
 }  // namespace KilnNodeWrapper

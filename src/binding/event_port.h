@@ -77,13 +77,16 @@ void WakePort(ParkingPlace* place);
 // on.
 void ClosePort(EventPort* port);
 
-// A thread of ours that is inside the SDK. The exit of the process waits some seconds for it, since the
-// library must not end under it; it counts from before the thread begins to the last thing that the thread
-// does.
+// A thread of ours that is inside the SDK. An unload and the exit of the process wait some seconds for it,
+// since the library must not end under it; it counts from before the thread begins to the last thing that the
+// thread does.
 void EnterSdkThread();
 void LeaveSdkThread();
 
-// Wakes every thread that waits for JavaScript when the process exits: clean-up hooks do not run on
+// Wakes every thread that waits for JavaScript, whose port is closed for good then, and waits for those of
+// ours inside the SDK. To be called before the library goes: its threads must not come back to where it was.
+void LetSdkThreadsGo();
+// Does that when the process exits: clean-up hooks do not run on
 // process.exit or after an uncaught exception, and the SDK's own shutdown may wait for its threads. To be
 // called after each load of the library, so that it runs before the library's own exit handlers.
 void WakePortsAtExit();

@@ -153,6 +153,7 @@ NODE_MODULE_INIT(/* exports, module, context */) {
   v8::HandleScope scope(isolate);
   v8::Context::Scope context_scope(context);
   KilnNodeWrapper::SdkAfterLoad = KilnNodeWrapper::WakePortsAtExit;
+  KilnNodeWrapper::SdkBeforeRelease = KilnNodeWrapper::LetSdkThreadsGo;
   KilnNodeWrapper::FindLibrary();
   // On every entry, whatever other environments hold: a host that loads the add-on again starts afresh.
   KilnNodeWrapper::liveObjectCounter = 0;

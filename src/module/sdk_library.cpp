@@ -7,8 +7,9 @@
 
 namespace KilnNodeWrapper {
 
-SdkTable sdk;
+constinit SdkTable sdk;
 std::atomic<void (*)()> SdkAfterLoad{nullptr};
+std::atomic<void (*)()> SdkBeforeRelease{nullptr};
 
 namespace {
 
@@ -27,6 +28,9 @@ void ReleaseLibrary() {
   std::unique_lock lock(use_mutex);
   if (void* held = library.exchange(nullptr)) {
     generation++;
+    // What an object of the library calls from here on does nothing.
+    sdk = SdkTable();
+    if (void (*const before_release)() = SdkBeforeRelease) before_release();
     loader::Close(held);
   }
 }

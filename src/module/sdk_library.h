@@ -22,8 +22,9 @@ SdkBindState SdkState();
 // Loads the library and fills the table: 0 when all names were bound, the count of the missing ones, or -1
 // when the library could not be loaded. A library that is held is released first.
 int SdkLoad();
-// Called after every successful load.
+// Called after every successful load, and before a library is released.
 extern std::atomic<void (*)()> SdkAfterLoad;
+extern std::atomic<void (*)()> SdkBeforeRelease;
 // Releases the library and everything about the last load; with forget_path also the configured path.
 void SdkUnload(bool forget_path);
 // The guard: 0 when the SDK may be called. Tries to load when it is not bound.

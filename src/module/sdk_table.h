@@ -15,18 +15,32 @@
 
 namespace KilnNodeWrapper {
 
-// One slot per entry point, in sweep order. A slot is never cleared: before the first load, and after an
-// unload, calling through it is what SdkEnsureBound keeps handlers from doing.
-struct SdkTable {
-#define KILN_ENTRY(family, result, name, parameters) result(*name) parameters = nullptr;
-#include "entry_points.def"
-};
-
-// What an unfound slot is bound to: takes anything and answers 0, or a null pointer, without doing anything.
+// What a slot without an entry point is bound to: takes anything and answers 0, or a null pointer, without
+// doing anything.
 template <class Result, class... Parameters>
 Result sdkMissingStub(Parameters...) {
   return Result();
 }
+
+namespace table_detail {
+template <class Result, class... Parameters>
+using Slot = Result (*)(Parameters...);
+
+// The stub of whichever signature is asked for.
+struct AnyStub {
+  template <class Result, class... Parameters>
+  constexpr operator Slot<Result, Parameters...>() const {
+    return sdkMissingStub<Result, Parameters...>;
+  }
+};
+}  // namespace table_detail
+
+// One slot per entry point, in sweep order. SdkEnsureBound keeps handlers from calling while no library is
+// loaded; what an object of a library that is gone calls none the less is a stub.
+struct SdkTable {
+#define KILN_ENTRY(family, result, name, parameters) result(*name) parameters = table_detail::AnyStub();
+#include "entry_points.def"
+};
 
 struct EntryPoint {
   const char* name;
@@ -34,16 +48,9 @@ struct EntryPoint {
   void (*bind_stub)(SdkTable&);  // puts the stub of its own signature into the slot
 };
 
-namespace table_detail {
-template <class Result, class... Parameters>
-void Bind(Result (*&slot)(Parameters...)) {
-  slot = sdkMissingStub<Result, Parameters...>;
-}
-}  // namespace table_detail
-
 inline constexpr EntryPoint kEntryPoints[] = {
 #define KILN_ENTRY(family, result, name, parameters) \
-  {#name, offsetof(SdkTable, name), [](SdkTable& table) { table_detail::Bind(table.name); }},
+  {#name, offsetof(SdkTable, name), [](SdkTable& table) { table.name = table_detail::AnyStub(); }},
 #include "entry_points.def"
 };
 inline constexpr size_t kEntryPointCount = sizeof(kEntryPoints) / sizeof(kEntryPoints[0]);
@@ -67,7 +74,7 @@ int Sweep(SdkTable& table, Lookup&& lookup, Missing&& missing) {
   return count;
 }
 
-// The one table of the process; filled by SdkLoad only.
+// The one table of the process; filled by SdkLoad, all stubs when the library is released.
 extern SdkTable sdk;
 
 }  // namespace KilnNodeWrapper
