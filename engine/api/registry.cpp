@@ -22,7 +22,7 @@ using std::chrono::milliseconds;
 // thread makes to return, and for a host's callback to return: the host may have parked it for good.
 constexpr milliseconds kRenderLimit{10000};
 constexpr milliseconds kCallLimit{5000};
-constexpr milliseconds kCallbackLimit{100};
+constexpr milliseconds kCallbackLimit{1000};
 
 using Table = HandleTable<KilnRendererHandle, Renderer>;
 

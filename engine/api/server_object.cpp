@@ -12,7 +12,7 @@ using std::chrono::milliseconds;
 
 // How long the end of the process waits for a host's callback to return: the host may have parked it for
 // good.
-constexpr milliseconds kCallbackLimit{100};
+constexpr milliseconds kCallbackLimit{1000};
 
 constexpr char kServesNobody[] =
     "The server has started, but the engine renders for its own process only: it listens on no port and "

@@ -1,11 +1,19 @@
 #include "binding/async_job.h"
 
+#include <atomic>
+#include <chrono>
 #include <memory>
+#include <thread>
 
 #include "binding/error.h"
 
 namespace KilnNodeWrapper {
 namespace {
+
+constinit std::atomic<int> jobs_inside{0};
+
+// A job that does not come back must not keep the library for ever.
+constexpr auto kLongestWait = std::chrono::seconds(5);
 
 void Work(uv_work_t* work) {
   static_cast<AsyncJob*>(work->data)->Run();
@@ -51,6 +59,25 @@ void After(uv_work_t* work, int status) {
 }
 
 }  // namespace
+
+// A job that is not counted yet finds the table empty: the fences order the count and the table on both
+// sides.
+SdkStay::SdkStay() {
+  jobs_inside++;
+  std::atomic_thread_fence(std::memory_order_seq_cst);
+}
+
+SdkStay::~SdkStay() {
+  jobs_inside--;
+}
+
+void AwaitJobs() {
+  std::atomic_thread_fence(std::memory_order_seq_cst);
+  const auto end = std::chrono::steady_clock::now() + kLongestWait;
+  while (jobs_inside > 0 && std::chrono::steady_clock::now() < end) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+}
 
 void AsyncJob::End() {
   if (uv_cancel(reinterpret_cast<uv_req_t*>(&work)) == 0) Cancel();

@@ -8,6 +8,7 @@
 //   void Abandon();  optional; instead of Finish when nobody is called: there is no callback, or the
 //                    environment ends
 //   void Cancel();   optional; instead of all of them when the environment ends before Run has begun
+//   kWaitsForRender  optional, a constant: Run ends when a render does, and so at the latest with the library
 //
 // What an operation owns goes with its destructor, which always runs on the JavaScript thread.
 #pragma once
@@ -45,10 +46,26 @@ struct AsyncJob : Task {
 void QueueJob(AsyncJob* job, Environment& environment, v8::Local<v8::Object> self,
               v8::Local<v8::Function> callback);
 
+// The stay of a job inside the SDK.
+class SdkStay {
+ public:
+  SdkStay();
+  SdkStay(const SdkStay&) = delete;
+  SdkStay& operator=(const SdkStay&) = delete;
+  ~SdkStay();
+};
+// Waits some seconds for the jobs inside the SDK, save those that wait for a render. To be called before the
+// library goes, when its table is empty.
+void AwaitJobs();
+
 template <class Operation>
 struct JobOf final : AsyncJob {
   explicit JobOf(Operation&& operation) : operation(std::move(operation)) {}
-  void Run() override { operation.Run(); }
+  void Run() override {
+    if constexpr (requires { Operation::kWaitsForRender; }) return operation.Run();
+    const SdkStay stay;
+    operation.Run();
+  }
   int Finish(v8::Local<v8::Value>* arguments) override { return operation.Finish(*environment, arguments); }
   void Abandon() override {
     if constexpr (requires { operation.Abandon(); }) operation.Abandon();

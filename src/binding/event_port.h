@@ -86,9 +86,9 @@ void LeaveSdkThread();
 // Wakes every thread that waits for JavaScript, whose port is closed for good then, and waits for those of
 // ours inside the SDK. To be called before the library goes: its threads must not come back to where it was.
 void LetSdkThreadsGo();
-// Does that when the process exits: clean-up hooks do not run on
-// process.exit or after an uncaught exception, and the SDK's own shutdown may wait for its threads. To be
-// called after each load of the library, so that it runs before the library's own exit handlers.
+// Has that done when the process exits: clean-up hooks do not run on process.exit or after an uncaught
+// exception, and the SDK's own shutdown may wait for its threads. To be called after each load of the
+// library, so that it runs before the library's own exit handlers.
 void WakePortsAtExit();
 
 // A port with room for an event behind its head.

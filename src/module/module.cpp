@@ -4,6 +4,7 @@
 
 #include <node.h>
 
+#include "binding/async_job.h"
 #include "binding/environment.h"
 #include "binding/event_port.h"
 #include "binding/text.h"
@@ -153,7 +154,10 @@ NODE_MODULE_INIT(/* exports, module, context */) {
   v8::HandleScope scope(isolate);
   v8::Context::Scope context_scope(context);
   KilnNodeWrapper::SdkAfterLoad = KilnNodeWrapper::WakePortsAtExit;
-  KilnNodeWrapper::SdkBeforeRelease = KilnNodeWrapper::LetSdkThreadsGo;
+  KilnNodeWrapper::SdkBeforeRelease = [] {
+    KilnNodeWrapper::LetSdkThreadsGo();
+    KilnNodeWrapper::AwaitJobs();
+  };
   KilnNodeWrapper::FindLibrary();
   // On every entry, whatever other environments hold: a host that loads the add-on again starts afresh.
   KilnNodeWrapper::liveObjectCounter = 0;

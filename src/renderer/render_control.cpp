@@ -31,6 +31,7 @@ struct StopRender {
 using WaitFunction = int32_t (*SdkTable::*)(KilnRendererHandle, int32_t);
 
 struct WaitForEnd {
+  static constexpr bool kWaitsForRender = true;
   KilnRendererHandle renderer;
   WaitFunction function;
   int32_t timeout;

@@ -126,6 +126,7 @@ test('the library goes while the pool calls it', { skip: noisy }, async () => {
     start: 'renderer.start(settled)',
     wait: 'renderer.start(() => {}); renderer.waitForRenderEnd(-1, settled)',
     export: `renderer.export(${JSON.stringify(path.join(folder, 'scene.toml'))}, {}, settled)`,
+    save: `new kiln.KilnImage(1000, 1000).save(${JSON.stringify(path.join(folder, 'image.exr'))}, settled)`,
     hosts: 'renderer.getAllHosts(settled)',
   };
   for (const [name, job] of Object.entries(jobs)) {
